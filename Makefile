@@ -1,0 +1,24 @@
+# Front door for newcomers: `make run` and `make test`.
+BUILD ?= build
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+
+.PHONY: all build run test clean
+
+all: build
+
+build:
+	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	@cmake --build $(BUILD) -j $(JOBS)
+
+# Opens VARNOK on a scratch copy of the demo club, so the demo stays pristine.
+run: build
+	@rm -rf $(BUILD)/club && mkdir -p $(BUILD)/club && cp -R demo/. $(BUILD)/club/
+	@cd $(BUILD)/club && ../varnok
+
+test:
+	@scripts/setup-deps
+	@$(MAKE) --no-print-directory build
+	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+clean:
+	rm -rf $(BUILD)

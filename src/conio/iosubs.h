@@ -1,0 +1,141 @@
+// The console I/O library: counted memory, line input with type-ahead,
+// prompts and field parsers, and the column-aware output formatter.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+
+// ---- Memory accounting and file utilities ----------------------------------
+
+void *errmalloc(size_t size);
+void *errfree(void *block); // always returns nullptr
+int set_max_malloc(int size);
+void o_space();
+char *alloc_str(const char *text);
+char *alloc_file(const char *name, const char *kind, bool verbose);
+bool copyfile(const char *name, FILE *out);
+void copyfile_by_name(const char *from, const char *to);
+void append(const char *dest, const char *src);
+void append_to_file(const char *name, const char *data, size_t length);
+int file_close(FILE *file, const char *name);
+void notyet(const char *what);
+const char *timestamp();
+
+// Replaces *slot by a fresh copy of text, freeing the old one.
+void replace_str(char **slot, const char *text);
+
+// A data file rewritten as a whole goes to a temporary name in the same
+// directory and is renamed over the old file only once every byte has been
+// flushed to disk, so a full disk or a crash never leaves half a file.
+struct SafeFile {
+    FILE *fp = nullptr;
+    char final_name[512] = "";
+    char temp_name[520] = "";
+};
+FILE *safe_open(SafeFile &sf, const char *name);   // nullptr: nothing was created
+bool safe_commit(SafeFile &sf); // false: old file untouched, temporary removed
+void safe_abort(SafeFile &sf);  // drops the temporary file
+
+// ---- Line input, indirect command files, command log ------------------------
+
+char *getLineFromLogicalUser(char *buffer, int maxLength, const char *def);
+char *getuser(const char *prompt, const char *def, bool upperCase);
+void i_giveBackLine(char *text);
+void i_ignoreRestOfLine(bool quiet);
+void i_endUserInput();
+bool addIndirectFile(const char *name);
+void closeCurrentIndirectFile();
+void closeAllIndirectFiles();
+bool establishLogFile(const char *name);
+// Called when the console's input has ended; the shell installs its own.
+// The default ends the program with status 0.
+void i_setEndOfInputHandler(void (*handler)());
+
+// ---- Keyword menus and field parsers ----------------------------------------
+
+struct namelist {
+    namelist *next;
+    char *name;
+};
+
+extern const char *const yesno[];
+extern const char *const months[];
+extern const char *const ucmonths[];
+
+char *get_commandWord(const char *prompt, const char *def, bool upperCase);
+char *get_word(const char *prompt, const char *def, bool upperCase);
+char *get_line(const char *prompt, const char *def, bool upperCase, bool allowTilde);
+int find_command(const char *word, const char *const *table);
+int get_list(const char *prompt, const char *def, const char *const *table, bool allowTilde);
+char *get_namelist(const char *prompt, const char *def, namelist *list, bool allowTilde);
+bool get_yesno(const char *prompt, const char *def);
+
+char *get_date(const char *prompt, const char *def);
+bool parse_date(const char *text, int *month, int *day, int *year);
+bool ok_date(int month, int day, int *year);
+long i_convertDateToTime(const char *text, bool *ok = nullptr);
+const char *i_convertTimeToString(long time);
+const char *i_convertTimeToQstring(long time);
+int date_compare(const char *a, const char *b);
+
+long get_time(const char *prompt, long old);
+bool parse_time(const char *text, int *hour, int *minute);
+long get_number(const char *prompt, long def);
+long get_fixed_number(const char *prompt, int places, const char *def, bool allowNegative);
+double get_float(const char *prompt, double def, bool allowNegative);
+
+bool parse_phone(const char *text, int *area, int *exchange, int *number, int *extension);
+bool is_valid_phone(const char *text);
+char *normalize_phone(const char *text);
+char *get_phone(const char *prompt, const char *def);
+
+// base and extension receive at most 200 characters each (buffers of 201).
+bool parse_filename(const char *text, char *base, char *extension);
+char *get_filename(const char *prompt, const char *def);
+
+const char *i_getField(const char *separators, const char *text, int n, bool skipRuns);
+char *i_afterField(const char *separators, const char *text, int n, bool skipRuns);
+char *uc_string(char *text);
+bool is_blank(const char *text);
+bool is_number(const char *text);
+bool is_word(const char *text);
+
+// ---- Output formatter and destinations --------------------------------------
+
+FILE *set_o_file(FILE *file);
+FILE *get_o_file();
+FILE *open_o_file(const char *name, const char *kind);
+FILE *open_append_file(const char *name, const char *kind);
+int close_o_file(FILE *file, const char *name, const char *kind); // 0 on success
+bool set_tabs_allowed(bool flag);
+bool set_insertReturn(bool flag);
+
+void o_char(char c, int col, bool force);
+void o_lstring(const char *text, int col, bool force);
+void o_rstring(const char *text, int col, bool force);
+void o_lnumber(long n, int col, bool force, int radix);
+void o_rnumber(long n, int col, bool force, int radix);
+void o_fixed_number(long n, int col, bool force, int radix, int places);
+void o_rmoney(long cents, int col, bool force);
+void o_time_of_day(long minutes, int col, bool force);
+void o_amount_of_time(long minutes, int col, bool force);
+void o_rtime_of_day(long minutes, int col, bool force);
+void o_ramount_of_time(long minutes, int col, bool force);
+void o_tow_height(long h, int col, bool force);
+void o_rtow_height(long h, int col, bool force);
+void o_newline(int line);
+void o_formfeed();
+void o_lprintf(int col, bool force, const char *format, ...)
+    __attribute__((format(printf, 3, 4)));
+void o_quoted_lstring(const char *text, int col, bool force);
+void o_lfloat(double value, int col, bool force);
+void o_rfloat(double value, int col, bool force);
+void o_ldate(int day, int month, int year, int col, bool force);
+void o_unixTime(long time, int col, bool force);
+
+// ---- Module state -------------------------------------------------------------
+
+// Returns the library to its start-up state (for tests and RESET): drops
+// type-ahead, indirect files and the log, empties the pending output line
+// and makes standard output current. The allocation counters are kept.
+void conio_reset();

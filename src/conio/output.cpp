@@ -1,0 +1,616 @@
+// The column-aware output formatter and the output destinations.
+//
+// Reports build one pending line field by field, each field placed at a
+// column, and end it with o_newline; the finished text goes to the current
+// output file, which is the console, a disk file or the print spooler.
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <strings.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "conio/iosubs.h"
+#include "conio/output_state.h"
+#include "shell/shell.h"
+
+extern char **environ;
+
+namespace {
+
+constexpr size_t kLineBytes = 203;
+// Text that would make the pending line this long is written straight
+// through instead of being kept, so the line buffer can never overflow.
+constexpr size_t kLineLimit = 200;
+constexpr int kTabWidth = 8;
+// More fraction digits than this are all zeros for any long anyway.
+constexpr int kMaxPlaces = 100;
+
+// The printer of the club's old DOS machines; here it is the print spooler.
+const char *const kPrinterDevice = "LPT1:";
+const char *const kPrinterVariable = "VARNOK_PRINTER";
+const char *const kDefaultSpooler = "lp";
+
+// A file opened by open_o_file that needs more than fclose to finish: a
+// file written through a temporary name, or the pipe to a print job.
+struct OpenOutput {
+    FILE *fp = nullptr;
+    bool safe = false;
+    SafeFile sf;
+    pid_t spooler = -1;
+};
+
+struct OutputState {
+    FILE *cur_file = stdout;
+    char cur_line[kLineBytes] = "";
+    long cur_lcount = 1;
+    char tabs_allowed = 0;
+    char autoInsertReturn = 0;
+    std::vector<OpenOutput> open_files;
+    // While a print job is running a dead spooler must not kill the
+    // program through SIGPIPE; the old disposition comes back afterwards.
+    int spoolers_running = 0;
+    struct sigaction saved_sigpipe {};
+};
+
+OutputState out;
+
+const char *text_or_empty(const char *text) {
+    return text != nullptr ? text : "";
+}
+
+void emit(const char *text, size_t length) {
+    if (out.cur_file != nullptr && length > 0)
+        fwrite(text, 1, length, out.cur_file);
+}
+
+void emit(const char *text) {
+    emit(text, strlen(text));
+}
+
+long count_newlines(const char *text) {
+    long n = 0;
+    for (; *text != '\0'; ++text)
+        if (*text == '\n')
+            ++n;
+    return n;
+}
+
+void clear_line() {
+    out.cur_line[0] = '\0';
+}
+
+void write_string(const char *text) {
+    size_t have = strlen(out.cur_line);
+    size_t add = strlen(text);
+    if (have + add >= kLineLimit) {
+        emit(out.cur_line, have);
+        out.cur_lcount += count_newlines(out.cur_line);
+        clear_line();
+        emit(text, add);
+        out.cur_lcount += count_newlines(text);
+    } else {
+        memcpy(out.cur_line + have, text, add + 1);
+    }
+}
+
+void write_char(char c) {
+    char text[2] = {c, '\0'};
+    write_string(text);
+}
+
+struct Position {
+    int column;
+    char last; // last character of the pending line, '\n' when it is empty
+};
+
+Position cur_column() {
+    Position p{0, '\n'};
+    for (const char *s = out.cur_line; *s != '\0'; ++s) {
+        if (*s == '\t')
+            p.column = (p.column / kTabWidth + 1) * kTabWidth;
+        else if (*s == '\n')
+            p.column = 0;
+        else
+            ++p.column;
+        p.last = *s;
+    }
+    return p;
+}
+
+// Callers count columns from 1; 0 and 1 both mean "where we are".
+char move_to_column(long col) {
+    Position p = cur_column();
+    long target = col - 1;
+    long column = p.column;
+    char last = p.last;
+    while (column < target) {
+        long stop = (column / kTabWidth + 1) * kTabWidth;
+        if (out.tabs_allowed && stop <= target) {
+            write_char('\t');
+            column = stop;
+            last = '\t';
+        } else {
+            write_char(' ');
+            ++column;
+            last = ' ';
+        }
+    }
+    return last;
+}
+
+void force_whitespace(char last, bool force) {
+    if (force && last != ' ' && last != '\t' && last != '\n')
+        write_char(' ');
+}
+
+void place_left(const char *text, long col, bool force) {
+    force_whitespace(move_to_column(col), force);
+    write_string(text);
+}
+
+void place_right(const char *text, long col, bool force) {
+    place_left(text, col - static_cast<long>(strlen(text)) + 1, force);
+}
+
+int checked_radix(int radix) {
+    if (radix < 2 || radix > 36) {
+        log_error("? Bad radix %d.\n", radix);
+        return 10;
+    }
+    return radix;
+}
+
+unsigned long magnitude(long n) {
+    return n < 0 ? 0UL - static_cast<unsigned long>(n) : static_cast<unsigned long>(n);
+}
+
+char digit_char(unsigned long value) {
+    return static_cast<char>(value < 10 ? '0' + value : 'A' + (value - 10));
+}
+
+// Digits of value, most significant first; "0" for zero. buf holds 65 bytes.
+void unsigned_to_string(unsigned long value, int radix, char *buf) {
+    char reversed[65];
+    int n = 0;
+    do {
+        reversed[n++] = digit_char(value % static_cast<unsigned long>(radix));
+        value /= static_cast<unsigned long>(radix);
+    } while (value != 0);
+    while (n > 0)
+        *buf++ = reversed[--n];
+    *buf = '\0';
+}
+
+// buf holds 66 bytes: a sign and 64 binary digits.
+void number_to_string(long n, int radix, char *buf) {
+    radix = checked_radix(radix);
+    if (n < 0)
+        *buf++ = '-';
+    unsigned_to_string(magnitude(n), radix, buf);
+}
+
+void format_minutes(long minutes, char *buf, size_t size) {
+    snprintf(buf, size, "%ld:%02ld", minutes / 60, minutes % 60);
+}
+
+void format_tow_height(long h, char *buf, size_t size) {
+    snprintf(buf, size, "%ld.%1ldK", h / 10, h % 10);
+}
+
+void begin_output(FILE *fp) {
+    out.cur_file = fp;
+    out.cur_lcount = 1;
+    clear_line();
+    out.tabs_allowed = 0;
+    out.autoInsertReturn = 0;
+}
+
+FILE *open_failed(const char *name, const char *kind) {
+    log_error("? Unable to open %s file \"%s\"\n", text_or_empty(kind), text_or_empty(name));
+    // Whatever was pending belonged to the file that did not open.
+    out.cur_file = nullptr;
+    clear_line();
+    return nullptr;
+}
+
+bool is_printer(const char *name) {
+    return strcasecmp(name, kPrinterDevice) == 0;
+}
+
+std::vector<std::string> split_on_blanks(const char *text) {
+    std::vector<std::string> words;
+    std::string word;
+    for (const char *s = text;; ++s) {
+        if (*s == ' ' || *s == '\t' || *s == '\0') {
+            if (!word.empty())
+                words.push_back(word);
+            word.clear();
+            if (*s == '\0')
+                break;
+        } else {
+            word += *s;
+        }
+    }
+    return words;
+}
+
+void ignore_sigpipe() {
+    if (out.spoolers_running++ > 0)
+        return;
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    sigemptyset(&ignore.sa_mask);
+    sigaction(SIGPIPE, &ignore, &out.saved_sigpipe);
+}
+
+void restore_sigpipe() {
+    if (out.spoolers_running > 0 && --out.spoolers_running == 0)
+        sigaction(SIGPIPE, &out.saved_sigpipe, nullptr);
+}
+
+// Starts the print command with a pipe to its standard input. The command
+// line comes from VARNOK_PRINTER so that a club can name its own spooler.
+FILE *start_spooler(pid_t *pid) {
+    const char *command = getenv(kPrinterVariable);
+    std::vector<std::string> words = split_on_blanks(text_or_empty(command));
+    if (words.empty())
+        words.emplace_back(kDefaultSpooler);
+    std::vector<char *> argv;
+    for (std::string &word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+
+    int fds[2];
+    if (pipe2(fds, O_CLOEXEC) != 0)
+        return nullptr;
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, fds[0], STDIN_FILENO);
+    posix_spawnattr_t attr;
+    posix_spawnattr_init(&attr);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attr, &defaults);
+    posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSIGDEF);
+
+    // Whatever the console still holds belongs before the spooler's own
+    // messages.
+    fflush(stdout);
+    int rc = posix_spawnp(pid, argv[0], &actions, &attr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attr);
+    close(fds[0]);
+    if (rc != 0) {
+        close(fds[1]);
+        return nullptr;
+    }
+    FILE *fp = fdopen(fds[1], "w");
+    if (fp == nullptr) {
+        close(fds[1]);
+        waitpid(*pid, nullptr, 0);
+        return nullptr;
+    }
+    ignore_sigpipe();
+    return fp;
+}
+
+bool finish_spooler(FILE *fp, pid_t pid) {
+    bool ok = ferror(fp) == 0;
+    ok = fclose(fp) == 0 && ok;
+    int status = 0;
+    pid_t waited;
+    do {
+        waited = waitpid(pid, &status, 0);
+    } while (waited < 0 && errno == EINTR);
+    restore_sigpipe();
+    return ok && waited == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+OpenOutput *find_open(FILE *fp) {
+    for (OpenOutput &entry : out.open_files)
+        if (entry.fp == fp)
+            return &entry;
+    return nullptr;
+}
+
+void forget_open(FILE *fp) {
+    for (auto it = out.open_files.begin(); it != out.open_files.end(); ++it)
+        if (it->fp == fp) {
+            out.open_files.erase(it);
+            return;
+        }
+}
+
+// Closes a file of any kind; false when its contents did not all arrive.
+bool finish_file(FILE *file) {
+    if (file == stdout || file == stderr)
+        return fflush(file) == 0;
+    OpenOutput *entry = find_open(file);
+    if (entry == nullptr)
+        return fclose(file) == 0;
+    bool ok = entry->safe ? safe_commit(entry->sf) : finish_spooler(entry->fp, entry->spooler);
+    forget_open(file);
+    return ok;
+}
+
+} // namespace
+
+// ---- Destinations -------------------------------------------------------------
+
+FILE *set_o_file(FILE *file) {
+    FILE *previous = out.cur_file;
+    out.cur_file = file;
+    out.cur_lcount = 1;
+    if (out.cur_line[0] != '\0') {
+        emit(out.cur_line);
+        clear_line();
+    }
+    return previous;
+}
+
+FILE *get_o_file() {
+    return out.cur_file;
+}
+
+FILE *open_o_file(const char *name, const char *kind) {
+    if (name == nullptr || *name == '\0')
+        return open_failed(name, kind);
+    OpenOutput entry;
+    if (is_printer(name)) {
+        entry.fp = start_spooler(&entry.spooler);
+    } else {
+        // Written under a temporary name and renamed at close, so a report
+        // that fails half-way never replaces the previous good copy.
+        entry.safe = true;
+        entry.fp = safe_open(entry.sf, name);
+    }
+    if (entry.fp == nullptr)
+        return open_failed(name, kind);
+    out.open_files.push_back(entry);
+    begin_output(entry.fp);
+    return entry.fp;
+}
+
+FILE *open_append_file(const char *name, const char *kind) {
+    FILE *fp = name != nullptr && *name != '\0' ? fopen(name, "a") : nullptr;
+    if (fp == nullptr)
+        return open_failed(name, kind);
+    begin_output(fp);
+    return fp;
+}
+
+int close_o_file(FILE *file, const char *name, const char *kind) {
+    out.cur_lcount = 1;
+    clear_line();
+    // Nothing open (an earlier open failed): the console comes back.
+    if (file != nullptr && !finish_file(file)) {
+        log_error("? Unable to close %s file \"%s\"\n", text_or_empty(kind), text_or_empty(name));
+        // The stream is gone even though the close failed.
+        if (out.cur_file == file)
+            out.cur_file = nullptr;
+        return EOF;
+    }
+    out.cur_file = stdout;
+    return 0;
+}
+
+bool set_tabs_allowed(bool flag) {
+    bool previous = out.tabs_allowed != 0;
+    out.tabs_allowed = flag ? 1 : 0;
+    return previous;
+}
+
+bool set_insertReturn(bool flag) {
+    bool previous = out.autoInsertReturn != 0;
+    out.autoInsertReturn = flag ? 1 : 0;
+    return previous;
+}
+
+void output_reset() {
+    for (OpenOutput &entry : out.open_files) {
+        if (entry.safe)
+            safe_abort(entry.sf);
+        else
+            finish_spooler(entry.fp, entry.spooler);
+    }
+    out.open_files.clear();
+    out.cur_file = stdout;
+    out.cur_lcount = 1;
+    clear_line();
+    out.tabs_allowed = 0;
+    out.autoInsertReturn = 0;
+}
+
+// ---- Line building ------------------------------------------------------------
+
+void o_char(char c, int col, bool force) {
+    force_whitespace(move_to_column(col), force);
+    write_char(c);
+}
+
+void o_lstring(const char *text, int col, bool force) {
+    place_left(text_or_empty(text), col, force);
+}
+
+void o_rstring(const char *text, int col, bool force) {
+    place_right(text_or_empty(text), col, force);
+}
+
+void o_lnumber(long n, int col, bool force, int radix) {
+    char text[72];
+    number_to_string(n, radix, text);
+    place_left(text, col, force);
+}
+
+void o_rnumber(long n, int col, bool force, int radix) {
+    char text[72];
+    number_to_string(n, radix, text);
+    place_right(text, col, force);
+}
+
+void o_fixed_number(long n, int col, bool force, int radix, int places) {
+    radix = checked_radix(radix);
+    if (places < 0)
+        places = 0;
+    if (places > kMaxPlaces)
+        places = kMaxPlaces;
+    unsigned long value = magnitude(n);
+    char fraction[kMaxPlaces + 1];
+    for (int i = places - 1; i >= 0; --i) {
+        fraction[i] = digit_char(value % static_cast<unsigned long>(radix));
+        value /= static_cast<unsigned long>(radix);
+    }
+    fraction[places] = '\0';
+    char whole[66];
+    unsigned_to_string(value, radix, whole);
+    char text[sizeof whole + kMaxPlaces + 3];
+    snprintf(text, sizeof text, "%s%s.%s", n < 0 ? "-" : "", whole, fraction);
+    place_left(text, col, force);
+}
+
+void o_rmoney(long cents, int col, bool force) {
+    char text[48];
+    long edge = col;
+    if (cents >= 0) {
+        snprintf(text, sizeof text, "$%ld.%02ld", cents / 100, cents % 100);
+    } else {
+        unsigned long credit = magnitude(cents);
+        snprintf(text, sizeof text, "$(%ld.%02ld)", static_cast<long>(credit / 100),
+                 static_cast<long>(credit % 100));
+        // The ")" hangs one column out so credits and debits line up.
+        if (col != 0)
+            ++edge;
+    }
+    place_right(text, edge, force);
+}
+
+void o_time_of_day(long minutes, int col, bool force) {
+    char text[48];
+    format_minutes(minutes, text, sizeof text);
+    place_left(text, col, force);
+}
+
+void o_amount_of_time(long minutes, int col, bool force) {
+    char text[48];
+    format_minutes(minutes, text, sizeof text);
+    place_left(text, col, force);
+}
+
+void o_rtime_of_day(long minutes, int col, bool force) {
+    char text[48];
+    format_minutes(minutes, text, sizeof text);
+    place_right(text, col, force);
+}
+
+void o_ramount_of_time(long minutes, int col, bool force) {
+    char text[48];
+    format_minutes(minutes, text, sizeof text);
+    place_right(text, col, force);
+}
+
+void o_tow_height(long h, int col, bool force) {
+    char text[48];
+    format_tow_height(h, text, sizeof text);
+    place_left(text, col, force);
+}
+
+void o_rtow_height(long h, int col, bool force) {
+    char text[48];
+    format_tow_height(h, text, sizeof text);
+    place_right(text, col, force);
+}
+
+void o_newline(int line) {
+    if (out.autoInsertReturn)
+        write_char('\r');
+    while (line > out.cur_lcount) {
+        ++out.cur_lcount;
+        emit("\n");
+    }
+    ++out.cur_lcount;
+    emit(out.cur_line);
+    emit("\n");
+    out.cur_lcount += count_newlines(out.cur_line);
+    clear_line();
+}
+
+void o_formfeed() {
+    emit(out.cur_line);
+    if (out.autoInsertReturn)
+        emit("\r");
+    emit("\n\f");
+    clear_line();
+    out.cur_lcount = 1;
+}
+
+void o_lprintf(int col, bool force, const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    va_list again;
+    va_copy(again, args);
+    int length = vsnprintf(nullptr, 0, format, args);
+    va_end(args);
+    std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
+    if (length > 0)
+        vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    place_left(text.c_str(), col, force);
+}
+
+void o_quoted_lstring(const char *text, int col, bool force) {
+    std::string quoted = "\"";
+    quoted += text_or_empty(text);
+    quoted += '"';
+    place_left(quoted.c_str(), col, force);
+}
+
+void o_lfloat(double value, int col, bool force) {
+    char text[400];
+    snprintf(text, sizeof text, "%f", value);
+    place_left(text, col, force);
+}
+
+void o_rfloat(double value, int col, bool force) {
+    char text[400];
+    snprintf(text, sizeof text, "%f", value);
+    place_right(text, col, force);
+}
+
+void o_ldate(int day, int month, int year, int col, bool force) {
+    // Months outside 1..12 roll into the neighbouring years.
+    long zero_based = static_cast<long>(month) - 1;
+    long years = zero_based / 12;
+    long rest = zero_based % 12;
+    if (rest < 0) {
+        rest += 12;
+        --years;
+    }
+    o_lnumber(day, col, force, 10);
+    o_char('-', 0, false);
+    o_lstring(months[rest], 0, false);
+    o_char('-', 0, false);
+    // Placed like the day, so with force on a blank separates the year.
+    o_lnumber(year + years, col, force, 10);
+}
+
+void o_unixTime(long time, int col, bool force) {
+    time_t t = static_cast<time_t>(time);
+    struct tm local {};
+    char text[64] = "";
+    tzset();
+    if (localtime_r(&t, &local) != nullptr)
+        strftime(text, sizeof text, "%a %d-%b-%Y %H:%M:%S", &local);
+    place_left(text, col, force);
+}

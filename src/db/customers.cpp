@@ -1,0 +1,306 @@
+// Finding customers by name, the abbreviation list, and the two prompts
+// that ask for a name or an account.
+//
+// cust_list stays a sorted singly linked list because everything else walks
+// it in order; db.cust_index mirrors it so that a lookup or an insertion
+// costs a map search instead of a walk from the head.
+
+#include <cctype>
+#include <cstring>
+#include <string>
+
+#include "db/db.h"
+#include "maint/maint.h"
+#include "reports/reports.h"
+
+namespace {
+
+int compare_names(const char *last_a, const char *first_a, const char *last_b,
+                  const char *first_b) {
+    int r = strcmp(last_a, last_b);
+    if (r == 0)
+        r = strcmp(first_a, first_b);
+    return r;
+}
+
+customer *new_customer(const char *lastname, const char *firstname) {
+    auto *c = static_cast<customer *>(errmalloc(sizeof(customer)));
+    c->next = nullptr;
+    c->flights = nullptr;
+    c->gas = nullptr;
+    c->misc = nullptr;
+    c->payments = nullptr;
+    c->charges = nullptr;
+    c->balance = 0;
+    c->lastname = alloc_str(lastname);
+    c->firstname = alloc_str(firstname);
+    c->category = fc_category(strcmp(lastname, "CASH") == 0 ? "CASH" : "DEFAULT");
+    c->transitionDate = 0;
+    c->priorCategory = nullptr;
+    c->flags = nullptr;
+    c->shareholder = 0;
+    c->boardmember = 0;
+    c->granite = 0;
+    c->cash = 0;
+    c->info = alloc_str("");
+    c->contestNumber = nullptr;
+    c->spouse = nullptr;
+    for (char *&p : c->phone)
+        p = alloc_str("");
+    c->eMail = nullptr;
+    for (char *&a : c->addr)
+        a = alloc_str("");
+    return c;
+}
+
+bool is_white(char ch) { return isspace(static_cast<unsigned char>(ch)) != 0; }
+
+} // namespace
+
+customer *fc_cust(const char *lastname, const char *firstname, bool create) {
+    if (!lastname)
+        lastname = "";
+    if (!firstname)
+        firstname = "";
+    std::pair<std::string, std::string> key(lastname, firstname);
+    customer *prev = nullptr;
+    auto hint = db.cust_index.end();
+
+    // Files are usually written in order, so most new names belong after
+    // the last customer and need no search at all.
+    if (db.last_cust &&
+        compare_names(lastname, firstname, db.last_cust->lastname, db.last_cust->firstname) > 0) {
+        if (!create)
+            return nullptr;
+        prev = db.last_cust;
+    } else {
+        hint = db.cust_index.lower_bound(key);
+        if (hint != db.cust_index.end() && hint->first == key)
+            return hint->second;
+        if (!create)
+            return nullptr;
+        if (hint != db.cust_index.begin())
+            prev = std::prev(hint)->second;
+    }
+
+    customer *c = new_customer(lastname, firstname);
+    if (prev) {
+        c->next = prev->next;
+        prev->next = c;
+    } else {
+        c->next = db.cust_list;
+        db.cust_list = c;
+    }
+    if (!c->next)
+        db.last_cust = c;
+    db.cust_index.emplace_hint(hint, std::move(key), c);
+    return c;
+}
+
+customer *find_cust(const char *lastname, const char *firstname) {
+    if (!lastname)
+        lastname = "";
+    if (!firstname)
+        firstname = "";
+    size_t last_len = strlen(lastname);
+    size_t first_len = strlen(firstname);
+
+    // Every customer whose last name starts with the given one sorts at or
+    // after the given name with an empty first name, and nothing before that
+    // point could stop the walk, so the walk may begin there.
+    auto it = db.cust_index.lower_bound({lastname, ""});
+    customer *c = it == db.cust_index.end() ? nullptr : it->second;
+
+    customer *candidate = nullptr;
+    for (; c; c = c->next) {
+        if (strcmp(c->lastname, lastname) == 0 && strcmp(c->firstname, firstname) == 0)
+            return c;
+        if (strncmp(lastname, c->lastname, last_len) < 0)
+            break;
+        if (strncmp(lastname, c->lastname, last_len) == 0 &&
+            strncmp(firstname, c->firstname, first_len) == 0) {
+            if (!candidate) {
+                candidate = c;
+            } else {
+                printf("? More than one customer matches the name \"%s %s\"\n", firstname,
+                       lastname);
+                printf("    Two of these customers are:\n");
+                printf("\t\"%s %s\"\n", candidate->firstname, candidate->lastname);
+                printf("\t\"%s %s\"\n", c->firstname, c->lastname);
+                return nullptr;
+            }
+        }
+    }
+    return candidate;
+}
+
+customer *lookup_account(const char *text, bool use_abbrevs) {
+    if (!text)
+        text = "";
+    if (text[0] == '#' || isdigit(static_cast<unsigned char>(text[0])))
+        return fc_cust("CASH", "", true);
+    if (use_abbrevs) {
+        abbrev *a = fc_abbrev(text, nullptr, nullptr, false);
+        if (a)
+            return find_cust(a->lastname, a->firstname);
+    }
+    std::string lastname, firstname;
+    parse_name(text, lastname, firstname);
+    return find_cust(lastname.c_str(), firstname.c_str());
+}
+
+void parse_name(const char *text, std::string &lastname, std::string &firstname) {
+    lastname.clear();
+    firstname.clear();
+    if (!text)
+        return;
+    if (const char *comma = strchr(text, ',')) {
+        lastname.assign(text, comma);
+        const char *p = comma + 1;
+        while (*p && is_white(*p))
+            p++;
+        firstname = p;
+        return;
+    }
+    const char *p = text;
+    while (*p && !is_white(*p))
+        p++;
+    if (*p) {
+        firstname.assign(text, p);
+        while (*p && is_white(*p))
+            p++;
+        lastname = p;
+        return;
+    }
+    lastname = text;
+}
+
+void normalize_name(char *text) {
+    if (!text)
+        return;
+    uc_string(text);
+    if (strchr(text, ','))
+        return;
+    char *blank = text;
+    while (*blank && *blank != ' ' && *blank != '\t' && *blank != '\n')
+        blank++;
+    if (!*blank)
+        return;
+    std::string first(text, blank);
+    std::string rest(blank + 1);
+    std::string result = rest;
+    if (!rest.empty())
+        result += ' ';
+    result += first;
+    // The result never exceeds the original: one blank is traded for one.
+    memcpy(text, result.c_str(), result.size() + 1);
+}
+
+abbrev *fc_abbrev(const char *name, const char *lastname, const char *firstname, bool create) {
+    if (!name || strcmp(name, "~") == 0)
+        return nullptr;
+    std::string key(name);
+    auto it = db.abbrev_index.lower_bound(key);
+    if (it != db.abbrev_index.end() && it->first == key)
+        return it->second;
+    if (!create)
+        return nullptr;
+
+    auto *a = static_cast<abbrev *>(errmalloc(sizeof(abbrev)));
+    a->name = alloc_str(name);
+    a->lastname = alloc_str(lastname);
+    a->firstname = alloc_str(firstname);
+    if (it != db.abbrev_index.begin()) {
+        abbrev *prev = std::prev(it)->second;
+        a->next = prev->next;
+        prev->next = a;
+    } else {
+        a->next = db.abbrevs;
+        db.abbrevs = a;
+    }
+    db.abbrev_index.emplace_hint(it, std::move(key), a);
+    return a;
+}
+
+char *get_name(const char *prompt, const char *def, bool allow_blank) {
+    for (;;) {
+        char *line = getuser(prompt, def, true);
+        char bad = 0;
+        for (char *p = line; *p; p++) {
+            if (*p == ',' || *p == '?') {
+                bad = *p;
+                break;
+            }
+            if (is_white(*p))
+                *p = ' ';
+        }
+        if (bad) {
+            printf("? Names can not contain the character %c\n", bad);
+        } else if (!allow_blank && is_blank(line)) {
+            printf("? This name can not be blank.\n");
+        } else {
+            return line;
+        }
+        errfree(line);
+    }
+}
+
+char *get_account(const char *prompt, const char *def, bool allow_add, customer **customer_out,
+                  int *how_out) {
+    for (;;) {
+        char *line = getuser(prompt, def, true);
+        if (strcmp(line, "~") == 0) {
+            errfree(line);
+            *how_out = ACCOUNT_TILDE;
+            *customer_out = nullptr;
+            return alloc_str("");
+        }
+        if (strcmp(line, "?") == 0) {
+            printf("Enter a recipt #, customer name or abbreviation\n");
+            printf("    Firstname Lastname, Lastname comma firstname or\n");
+            printf("    Lastname alone are permitted.\n");
+            printf("    The first or last names can be only the first few\n");
+            printf("    characters of the name.\n");
+            errfree(line);
+            continue;
+        }
+        customer *c = lookup_account(line, true);
+        if (c) {
+            *how_out = ACCOUNT_FOUND;
+            *customer_out = c;
+            printf("Found customer: ");
+            w_mbr(c, false, stdout);
+            return line;
+        }
+        printf("? Can not find account or abbreviation for \"%s\".\n", line);
+        if (!allow_add) {
+            printf("    You must type a legal account.");
+            printf(" Type \"~\" to get out.\n");
+            errfree(line);
+            continue;
+        }
+        if (!get_yesno("Do you want to add a new customer", "NO")) {
+            errfree(line);
+            continue;
+        }
+
+        std::string parsed_last, parsed_first;
+        parse_name(line, parsed_last, parsed_first);
+        char *firstname = get_name("Full first name", parsed_first.c_str(), true);
+        char *lastname = get_name("Full last name", parsed_last.c_str(), false);
+        c = fc_cust(lastname, firstname, false);
+        if (c) {
+            *how_out = ACCOUNT_FOUND;
+        } else {
+            c = fc_cust(lastname, firstname, true);
+            *how_out = ACCOUNT_ADDED;
+        }
+        errfree(firstname);
+        errfree(lastname);
+        *customer_out = c;
+        modify_customer(c);
+        db.cust_changed = 1;
+        w_mbr(c, false, stdout);
+        return line;
+    }
+}

@@ -1,0 +1,582 @@
+// Records and lists of the club database: name lists, fuel grades, the tow
+// plane table, flight types, appending transactions, and freeing records.
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <unordered_map>
+
+#include "db/db.h"
+
+DbState db;
+
+const char *const flight_types[] = {"OTHER",      "COMMERCIAL-RIDE", "INSTRUCTIONAL",
+                                    "ROPE-BREAK", "PATTERN-TOW",     nullptr};
+const char flight_type_id[] = "OCIRPU";
+
+// ---- Tail cache ----------------------------------------------------------------
+//
+// A customer may have thousands of transactions in one period, and the loaders
+// append them one by one. Walking to the end of the list for each append would
+// make loading quadratic, so the last node of each customer's lists is
+// remembered here. Every routine of this file that unlinks or frees a
+// transaction forgets the customer's entry, which is why transactions must only
+// be freed through the free family. A cached tail whose `next` has been set by
+// someone linking by hand is still usable: the walk simply resumes from it.
+
+namespace {
+
+struct TailCache {
+    std::unordered_map<const customer *, flight *> flights;
+    std::unordered_map<const customer *, struct gas *> sales;
+    std::unordered_map<const customer *, struct misc *> miscs;
+    std::unordered_map<const customer *, payment *> payments;
+
+    void forget(const customer *c) {
+        flights.erase(c);
+        sales.erase(c);
+        miscs.erase(c);
+        payments.erase(c);
+    }
+    void clear() {
+        flights.clear();
+        sales.clear();
+        miscs.clear();
+        payments.clear();
+    }
+};
+
+TailCache tails;
+
+template <class T>
+void append_record(T *&head, T *rec, customer *c,
+                   std::unordered_map<const customer *, T *> &cache) {
+    if (head == nullptr) {
+        head = rec;
+        cache[c] = rec;
+        return;
+    }
+    T *last = head;
+    auto found = cache.find(c);
+    if (found != cache.end() && found->second != nullptr && found->second->customer == c)
+        last = found->second;
+    while (last->next != nullptr)
+        last = last->next;
+    last->next = rec;
+    cache[c] = rec;
+}
+
+// Unlinks rec from its customer's list; the caller has checked rec->customer.
+// Returns false when rec is not in the list.
+template <class T> bool unlink_record(T *&head, T *rec) {
+    if (head == rec) {
+        head = rec->next;
+        return true;
+    }
+    for (T *p = head; p != nullptr; p = p->next) {
+        if (p->next == rec) {
+            p->next = rec->next;
+            return true;
+        }
+    }
+    return false;
+}
+
+char *free_str(char *text) {
+    return static_cast<char *>(errfree(text));
+}
+
+} // namespace
+
+// ---- Name lists -------------------------------------------------------------------
+
+namelist *fc_namelist_entry(namelist **list, const char *name, bool create, bool copy) {
+    if (list == nullptr || name == nullptr || name[0] == '\0')
+        return nullptr;
+    namelist **link = list;
+    while (*link != nullptr) {
+        int cmp = strcmp(name, (*link)->name);
+        if (cmp == 0)
+            return *link;
+        if (cmp < 0)
+            break;
+        link = &(*link)->next;
+    }
+    if (!create)
+        return nullptr;
+    namelist *node = static_cast<namelist *>(errmalloc(sizeof(namelist)));
+    node->name = copy ? alloc_str(name) : const_cast<char *>(name);
+    node->next = *link;
+    *link = node;
+    return node;
+}
+
+const char *fc_category(const char *name) {
+    namelist *node = fc_namelist_entry(&db.category_names, name, true, true);
+    return node ? node->name : nullptr;
+}
+
+namelist *fc_customer_flag(customer *c, const char *flagname, bool create) {
+    if (c == nullptr)
+        return nullptr;
+    namelist *shared = fc_namelist_entry(&db.flag_names, flagname, create, true);
+    if (shared == nullptr)
+        return nullptr;
+    // The customer's node points at the interned name, never a copy.
+    return fc_namelist_entry(&c->flags, shared->name, create, false);
+}
+
+namelist *fc_gas_grade(const char *name, bool create) {
+    if (name == nullptr || name[0] == '\0')
+        return nullptr;
+    namelist **link = &db.gas_grades;
+    while (*link != nullptr) {
+        if (strcmp((*link)->name, name) == 0)
+            return *link;
+        link = &(*link)->next;
+    }
+    if (!create)
+        return nullptr;
+    namelist *node = static_cast<namelist *>(errmalloc(sizeof(namelist)));
+    node->name = alloc_str(name);
+    node->next = nullptr;
+    *link = node;
+    return node;
+}
+
+towplane *fc_tug(const char *name, bool create) {
+    char wanted[sizeof(towplane::tugname)];
+    const char *given = name ? name : "";
+    snprintf(wanted, sizeof wanted, "%s", given);
+    for (char *p = wanted; *p != '\0'; ++p)
+        *p = static_cast<char>(toupper(static_cast<unsigned char>(*p)));
+
+    for (towplane &row : db.tugList) {
+        if (row.tugname[0] == '\0') {
+            if (!create)
+                return nullptr;
+            snprintf(row.tugname, sizeof row.tugname, "%s", wanted);
+            return &row;
+        }
+        if (strcmp(row.tugname, wanted) == 0)
+            return &row;
+    }
+    if (create)
+        printf("? ERROR: not enough room in table of towplanes for %s\n", given);
+    return nullptr;
+}
+
+int translate_flight_type(const char *text) {
+    if (text == nullptr || text[0] == '\0')
+        return 0;
+    if (text[1] == '\0') {
+        if (text[0] == '-')
+            return 0;
+        for (int i = 0; i < 5; ++i)
+            if (text[0] == flight_type_id[i])
+                return i;
+    }
+    for (int i = 0; flight_types[i] != nullptr; ++i)
+        if (strcmp(text, flight_types[i]) == 0)
+            return i;
+    return 5;
+}
+
+// ---- Appending transactions ---------------------------------------------------------
+
+void add_flight(flight *f, customer *c) {
+    if (f != nullptr && c != nullptr)
+        append_record(c->flights, f, c, tails.flights);
+}
+
+void add_gas(gas *g, customer *c) {
+    if (g != nullptr && c != nullptr)
+        append_record(c->gas, g, c, tails.sales);
+}
+
+void add_misc(misc *m, customer *c) {
+    if (m != nullptr && c != nullptr)
+        append_record(c->misc, m, c, tails.miscs);
+}
+
+void add_payment(payment *p, customer *c) {
+    if (p != nullptr && c != nullptr)
+        append_record(c->payments, p, c, tails.payments);
+}
+
+// ---- Flights ------------------------------------------------------------------------
+
+void free_flight_contents(flight *f) {
+    if (f == nullptr)
+        return;
+    f->plane = free_str(f->plane);
+    f->pilot = free_str(f->pilot);
+    f->cfi = free_str(f->cfi);
+    f->passenger = free_str(f->passenger);
+    f->towpilot = free_str(f->towpilot);
+}
+
+void free_flight(flight *f) {
+    if (f == nullptr)
+        return;
+    customer *c = f->customer;
+    if (c == nullptr) {
+        printf("BUG, flight without related customer\n");
+        return;
+    }
+    tails.flights.erase(c);
+    if (!unlink_record(c->flights, f)) {
+        printf("?BUG, flight not found in list\n");
+        return;
+    }
+    free_flight_contents(f);
+    errfree(f);
+}
+
+void free_customer_flights(customer *c) {
+    if (c == nullptr)
+        return;
+    flight *f = c->flights;
+    c->flights = nullptr;
+    tails.flights.erase(c);
+    while (f != nullptr) {
+        flight *next = f->next;
+        free_flight_contents(f);
+        errfree(f);
+        f = next;
+    }
+}
+
+void free_flights() {
+    if (!db.flights_read)
+        return;
+    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+        free_customer_flights(c);
+    tails.flights.clear();
+    db.flights_read = 0;
+}
+
+// ---- Fuel sales and misc records -------------------------------------------------------
+
+void free_gas_contents(gas *g) {
+    if (g == nullptr)
+        return;
+    g->plane = free_str(g->plane);
+    g->pilot = free_str(g->pilot);
+}
+
+void free_gas_charge(gas *g) {
+    if (g == nullptr)
+        return;
+    customer *c = g->customer;
+    if (c == nullptr) {
+        printf("BUG, gas charge without related customer\n");
+        return;
+    }
+    tails.sales.erase(c);
+    if (!unlink_record(c->gas, g)) {
+        printf("?BUG, gas charge not found in list\n");
+        return;
+    }
+    free_gas_contents(g);
+    errfree(g);
+}
+
+void free_customer_gas(customer *c) {
+    if (c == nullptr)
+        return;
+    gas *g = c->gas;
+    c->gas = nullptr;
+    tails.sales.erase(c);
+    while (g != nullptr) {
+        gas *next = g->next;
+        free_gas_contents(g);
+        errfree(g);
+        g = next;
+    }
+}
+
+void free_misc_contents(misc *m) {
+    if (m == nullptr)
+        return;
+    m->why = free_str(m->why);
+}
+
+void free_misc_charge(misc *m) {
+    if (m == nullptr)
+        return;
+    customer *c = m->customer;
+    if (c == nullptr) {
+        printf("BUG, misc charge without related customer\n");
+        return;
+    }
+    tails.miscs.erase(c);
+    if (!unlink_record(c->misc, m)) {
+        printf("?BUG, misc charge not found in list\n");
+        return;
+    }
+    free_misc_contents(m);
+    errfree(m);
+}
+
+void free_customer_misc(customer *c) {
+    if (c == nullptr)
+        return;
+    misc *m = c->misc;
+    c->misc = nullptr;
+    tails.miscs.erase(c);
+    while (m != nullptr) {
+        misc *next = m->next;
+        free_misc_contents(m);
+        errfree(m);
+        m = next;
+    }
+}
+
+void free_gas() {
+    if (!db.gas_read)
+        return;
+    // Fuel sales and misc records come from the same history file.
+    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+        free_customer_gas(c);
+        free_customer_misc(c);
+    }
+    tails.sales.clear();
+    tails.miscs.clear();
+    db.gas_read = 0;
+}
+
+// ---- Payments -------------------------------------------------------------------------
+
+void free_payment_contents(payment *p) {
+    if (p == nullptr)
+        return;
+    p->note = free_str(p->note);
+}
+
+void free_payment(payment *p) {
+    if (p == nullptr)
+        return;
+    customer *c = p->customer;
+    if (c == nullptr) {
+        printf("? BUG, payment without related customer\n");
+        return;
+    }
+    tails.payments.erase(c);
+    if (!unlink_record(c->payments, p)) {
+        printf("?BUG, payment not found in list\n");
+        return;
+    }
+    free_payment_contents(p);
+    errfree(p);
+}
+
+void free_customer_payments(customer *c) {
+    if (c == nullptr)
+        return;
+    payment *p = c->payments;
+    c->payments = nullptr;
+    tails.payments.erase(c);
+    while (p != nullptr) {
+        payment *next = p->next;
+        free_payment_contents(p);
+        errfree(p);
+        p = next;
+    }
+}
+
+void free_all_payments() {
+    if (!db.payments_read)
+        return;
+    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+        free_customer_payments(c);
+    tails.payments.clear();
+    db.payments_read = 0;
+}
+
+// ---- Charges ---------------------------------------------------------------------------
+
+void free_misc_breakdown(misc_breakdown *list) {
+    while (list != nullptr) {
+        misc_breakdown *next = list->next;
+        errfree(list);
+        list = next;
+    }
+}
+
+void free_customer_charges(customer *c) {
+    if (c == nullptr || c->charges == nullptr)
+        return;
+    charges *ch = c->charges;
+    if (ch->next != nullptr)
+        printf("? Should not find a list of charges on a customer.");
+    free_misc_breakdown(ch->misc_breakdown);
+    errfree(ch->name);
+    errfree(ch);
+    c->charges = nullptr;
+}
+
+// ---- Customers ---------------------------------------------------------------------------
+
+void free_customer(customer *c) {
+    if (c == nullptr)
+        return;
+    free_customer_flights(c);
+    free_customer_gas(c);
+    free_customer_misc(c);
+    free_customer_payments(c);
+    free_customer_charges(c);
+    tails.forget(c);
+
+    if (c->lastname != nullptr && c->firstname != nullptr) {
+        auto found = db.cust_index.find({c->lastname, c->firstname});
+        if (found != db.cust_index.end() && found->second == c)
+            db.cust_index.erase(found);
+    }
+
+    errfree(c->lastname);
+    errfree(c->firstname);
+    errfree(c->info);
+    errfree(c->contestNumber);
+    errfree(c->spouse);
+    free_namelist(c->flags, false); // the names belong to flag_names
+    for (char *phone : c->phone)
+        errfree(phone);
+    errfree(c->eMail);
+    for (char *line : c->addr)
+        errfree(line);
+    errfree(c);
+}
+
+void free_mcustomers() {
+    customer *c = db.cust_list;
+    db.cust_list = nullptr;
+    db.cust_index.clear();
+    while (c != nullptr) {
+        customer *next = c->next;
+        free_customer(c);
+        c = next;
+    }
+    tails.clear();
+    db.last_cust = nullptr;
+    db.cust_changed = 0;
+}
+
+// ---- Prices --------------------------------------------------------------------------------
+
+void free_cat(category *cat) {
+    errfree(cat);
+}
+
+void free_price(price *p) {
+    if (p == nullptr)
+        return;
+    if (p->name != nullptr) {
+        auto found = db.price_index.find(p->name);
+        if (found != db.price_index.end() && found->second == p)
+            db.price_index.erase(found);
+    }
+    errfree(p->name);
+    category *cat = p->cat;
+    while (cat != nullptr) {
+        category *next = cat->next;
+        free_cat(cat);
+        cat = next;
+    }
+    errfree(p);
+}
+
+void free_mprices() {
+    price *p = db.price_list;
+    db.price_list = nullptr;
+    db.price_index.clear();
+    while (p != nullptr) {
+        price *next = p->next;
+        free_price(p);
+        p = next;
+    }
+    db.price_changed = 0;
+}
+
+// ---- Abbreviations ---------------------------------------------------------------------------
+
+void free_abbrev(abbrev *a) {
+    if (a == nullptr)
+        return;
+    if (a->name != nullptr) {
+        auto found = db.abbrev_index.find(a->name);
+        if (found != db.abbrev_index.end() && found->second == a)
+            db.abbrev_index.erase(found);
+    }
+    errfree(a->name);
+    errfree(a->lastname);
+    errfree(a->firstname);
+    errfree(a);
+}
+
+void free_mabbrevs() {
+    abbrev *a = db.abbrevs;
+    db.abbrevs = nullptr;
+    db.abbrev_index.clear();
+    while (a != nullptr) {
+        abbrev *next = a->next;
+        free_abbrev(a);
+        a = next;
+    }
+    db.abbrev_changed = 0;
+}
+
+// ---- Name lists --------------------------------------------------------------------------------
+
+void free_namelist(namelist *list, bool free_names) {
+    while (list != nullptr) {
+        namelist *next = list->next;
+        if (free_names)
+            errfree(list->name);
+        errfree(list);
+        list = next;
+    }
+}
+
+void free_mnames() {
+    free_namelist(db.category_names, true);
+    db.category_names = nullptr;
+}
+
+void free_flag_names() {
+    db.always_bill_flag = nullptr;
+    free_namelist(db.flag_names, true);
+    db.flag_names = nullptr;
+}
+
+void free_gas_grades() {
+    free_namelist(db.gas_grades, true);
+    db.gas_grades = nullptr;
+}
+
+// ---- Whole database
+// ------------------------------------------------------------------------------
+
+void db_reset() {
+    free_mcustomers();
+    free_mabbrevs();
+    free_mprices();
+    free_mnames();
+    free_flag_names();
+    free_gas_grades();
+    for (char *&key : db.nnumbers)
+        key = free_str(key);
+
+    char **owned[] = {
+        &db.abbrevfile,    &db.pricefile,     &db.customerfile, &db.balancesfile,
+        &db.statementfile, &db.headfile,      &db.trailfile,    &db.emailTempFile,
+        &db.gashistfile,   &db.gashistqufile, &db.gastempfile,  &db.payhistfile,
+        &db.payhistqufile, &db.paytempfile,   &db.daysheetfile, &db.daysheetqufile,
+        &db.daytempfile,   &db.timesfile,     &db.emailSender,  &db.emailSendOnly,
+        &db.emailServer,   &db.emailSubject,
+    };
+    for (char **slot : owned)
+        *slot = free_str(*slot);
+
+    tails.clear();
+    db = DbState{};
+}

@@ -1,0 +1,347 @@
+// The club database: records and lists, customer and rate lookup, the
+// readers and writers of every data file, and transaction record printing.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+#include "conio/iosubs.h"
+
+struct customer;
+struct flight;
+struct gas;
+struct misc;
+struct payment;
+struct price;
+struct category;
+struct abbrev;
+struct towplane;
+struct charges;
+struct misc_breakdown;
+
+struct customer {
+    customer *next;
+    flight *flights;
+    struct gas *gas;
+    struct misc *misc;
+    payment *payments;
+    struct charges *charges;
+    int32_t balance; // cents
+    char *lastname;
+    char *firstname;
+    const char *category; // interned in category_names
+    int32_t transitionDate;
+    const char *priorCategory; // interned, or null
+    namelist *flags;           // nodes owned, names shared with flag_names
+    char shareholder;
+    char boardmember;
+    char granite;
+    char cash;
+    char *info;
+    char *contestNumber;
+    char *spouse;
+    char *phone[3];
+    char *eMail;
+    char *addr[4];
+};
+
+struct flight {
+    flight *next;
+    struct customer *customer;
+    int32_t date;
+    int number;
+    int32_t invoice;
+    char *plane;
+    struct towplane *towplane;
+    char *pilot;
+    char *cfi;
+    char *passenger;
+    char type;
+    char *towpilot;
+    int towheight; // hundreds of feet
+    int32_t start; // minutes after midnight
+    int32_t end;
+};
+
+struct gas {
+    gas *next;
+    int32_t date;
+    int sheet;
+    int line;
+    struct customer *customer;
+    int32_t invoice;
+    int32_t charge; // cents
+    const char *grade; // shared: a gas_grades name or the literal "GAS100"
+    int gallons;       // tenths of a gallon
+    char *plane;
+    char *pilot;
+};
+
+struct misc {
+    misc *next;
+    int32_t date;
+    int sheet;
+    int line;
+    struct customer *customer;
+    int32_t invoice;
+    int32_t charge; // cents; negative for a credit
+    char taxable;
+    char *why;
+};
+
+struct payment {
+    payment *next;
+    int32_t date;
+    struct customer *customer;
+    int32_t amount; // cents
+    int32_t check;
+    char *note;
+};
+
+struct price {
+    price *next;
+    char *name;
+    category *cat;
+    int fastkey;
+};
+
+struct category {
+    category *next;
+    const char *name; // interned in category_names
+    int32_t cost;     // mills
+};
+
+struct abbrev {
+    abbrev *next;
+    char *name;
+    char *lastname;
+    char *firstname;
+};
+
+struct towplane {
+    char tugname[64];
+    int32_t charges;
+    int32_t numberTows;
+    int32_t towheight;
+};
+
+struct misc_breakdown {
+    misc_breakdown *next;
+    int32_t charge;
+    int count;
+    const char *item_name; // borrowed from the misc record
+};
+
+struct charges {
+    charges *next;
+    char *name;
+    char is_aircraft;
+    int32_t instruction;
+    int inst_count;
+    int inst_min;
+    int32_t tow;
+    int tow_count;
+    int tow_height;
+    int32_t rental;
+    int rental_count;
+    int rental_min;
+    int flight_min;
+    int32_t salestax;
+    int32_t gas;
+    int gallons;
+    int32_t rope_break_charge;
+    int rope_break_count;
+    int32_t pattern_tow_charge;
+    int pattern_tow_count;
+    int32_t misc_charge;
+    int misc_charge_count;
+    int32_t misc_credit;
+    int misc_credit_count;
+    struct misc_breakdown *misc_breakdown;
+    int32_t payments;
+    int payment_count;
+    int32_t prev_balance;
+    int32_t financeCharges;
+};
+
+enum { TUG_TABLE_SIZE = 16, FLAG_TEXT_SIZE = 201, FAST_KEYS = 9 };
+
+extern const char *const flight_types[];   // OTHER ... PATTERN-TOW, then null
+extern const char flight_type_id[];        // "OCIRPU"
+
+// Everything the database holds, in one place so that start-up, RESET and
+// the tests can drop it with one call.
+struct DbState {
+    customer *cust_list = nullptr;
+    customer *last_cust = nullptr;
+    char cust_changed = 0;
+    abbrev *abbrevs = nullptr;
+    char abbrev_changed = 0;
+    price *price_list = nullptr;
+    char price_changed = 0;
+    namelist *category_names = nullptr;
+    namelist *flag_names = nullptr;
+    namelist *gas_grades = nullptr;
+    const char *always_bill_flag = nullptr;
+    char print_cash_bills = 1;
+    towplane tugList[TUG_TABLE_SIZE] = {};
+    char flights_read = 0;
+    char gas_read = 0;
+    char payments_read = 0;
+    char balances_read = 0;
+    char balances_changed = 0;
+    char month_ended = 0;
+
+    // The quicken value each history loader last loaded with.
+    char flights_quicken = 0;
+    char gas_quicken = 0;
+    char payments_quicken = 0;
+
+    char sharetext[FLAG_TEXT_SIZE] = "FLAG1";
+    char boardtext[FLAG_TEXT_SIZE] = "FLAG2";
+    char *nnumbers[FAST_KEYS] = {};
+
+    // Data file names (owned); start-up sets the defaults.
+    char *abbrevfile = nullptr;
+    char *pricefile = nullptr;
+    char *customerfile = nullptr;
+    char *balancesfile = nullptr;
+    char *statementfile = nullptr;
+    char *headfile = nullptr;
+    char *trailfile = nullptr;
+    char *emailTempFile = nullptr;
+    char *gashistfile = nullptr;
+    char *gashistqufile = nullptr;
+    char *gastempfile = nullptr;
+    char *payhistfile = nullptr;
+    char *payhistqufile = nullptr;
+    char *paytempfile = nullptr;
+    char *daysheetfile = nullptr;
+    char *daysheetqufile = nullptr;
+    char *daytempfile = nullptr;
+    char *timesfile = nullptr;
+
+    // E-mail settings from the prices file (owned, or null).
+    char *emailSender = nullptr;
+    char *emailSendOnly = nullptr;
+    char *emailServer = nullptr;
+    char *emailSubject = nullptr;
+
+    // Lookup indexes beside the sorted lists, kept in step by every routine
+    // that links or unlinks a record, so that finding a customer, an item or
+    // an abbreviation by name never walks a whole list. std::string orders
+    // bytes as unsigned chars, the same order strcmp gives the lists.
+    std::map<std::pair<std::string, std::string>, customer *> cust_index;
+    std::map<std::string, price *> price_index;
+    std::map<std::string, abbrev *> abbrev_index;
+};
+extern DbState db;
+
+// Drops every list and setting and returns the database to its start-up
+// state, file names included. Used by tests; start-up has its own order.
+void db_reset();
+
+// ---- Data model and in-memory lists ----------------------------------------
+
+namelist *fc_namelist_entry(namelist **list, const char *name, bool create, bool copy);
+const char *fc_category(const char *name);
+namelist *fc_customer_flag(customer *c, const char *flagname, bool create);
+namelist *fc_gas_grade(const char *name, bool create);
+towplane *fc_tug(const char *name, bool create);
+int translate_flight_type(const char *text);
+void add_flight(flight *f, customer *c);
+void add_gas(gas *g, customer *c);
+void add_misc(misc *m, customer *c);
+void add_payment(payment *p, customer *c);
+
+void free_flight_contents(flight *f);
+void free_flight(flight *f);
+void free_customer_flights(customer *c);
+void free_flights();
+void free_gas_contents(gas *g);
+void free_gas_charge(gas *g);
+void free_customer_gas(customer *c);
+void free_misc_contents(misc *m);
+void free_misc_charge(misc *m);
+void free_customer_misc(customer *c);
+void free_gas();
+void free_payment_contents(payment *p);
+void free_payment(payment *p);
+void free_customer_payments(customer *c);
+void free_all_payments();
+void free_misc_breakdown(misc_breakdown *list);
+void free_customer_charges(customer *c);
+void free_customer(customer *c);
+void free_mcustomers();
+void free_cat(category *cat);
+void free_price(price *p);
+void free_mprices();
+void free_abbrev(abbrev *a);
+void free_mabbrevs();
+void free_namelist(namelist *list, bool free_names);
+void free_mnames();
+void free_flag_names();
+void free_gas_grades();
+
+// ---- Customer lookup and abbreviations --------------------------------------
+
+customer *fc_cust(const char *lastname, const char *firstname, bool create);
+customer *find_cust(const char *lastname, const char *firstname);
+customer *lookup_account(const char *text, bool use_abbrevs);
+void parse_name(const char *text, std::string &lastname, std::string &firstname);
+void normalize_name(char *text);
+abbrev *fc_abbrev(const char *name, const char *lastname, const char *firstname, bool create);
+char *get_name(const char *prompt, const char *def, bool allow_blank);
+enum { ACCOUNT_TILDE = 1, ACCOUNT_ADDED = 2, ACCOUNT_FOUND = 3 };
+char *get_account(const char *prompt, const char *def, bool allow_add, customer **customer_out,
+                  int *how_out);
+
+// ---- Prices, categories and rate lookup -------------------------------------
+
+price *fc_item(const char *name);
+category *find_category(category *cat_list, const char *name);
+bool set_price(price *item, const char *category_name, int32_t cost, int line);
+int32_t lookup_rate(const char *item_name, const char *category_name, bool report);
+const char *categoryOnDate(int32_t date, customer *c);
+int32_t gas_price(const char *grade, int gallons, customer *c);
+int32_t calc_price(int32_t quantity, const char *category_name, const char *item,
+                   const char *minimum_item, const char *extra_item);
+
+// ---- Data files ----------------------------------------------------------------
+
+void do_r_price();
+bool do_w_prices();
+void do_r_cust();
+int read_member(customer *c, FILE *file, int line_number, int version);
+void r_old_cust_file(FILE *file);
+void warn_phone(const char *phone, const char *line, int line_number);
+bool update_phone(customer *c, const char *text, int index);
+bool update_address(customer *c, const char *text, int index);
+bool do_w_custs();
+void do_r_abbrev();
+bool do_w_abbrev();
+void do_r_balances();
+bool do_w_balances();
+void readPaymentsFile(const char *file);
+void do_r_payments(bool quicken);
+void readFlights(const char *file);
+void readGas(const char *file);
+void do_r_flights(bool quicken);
+void do_r_gas(bool quicken);
+void maybe_read();
+void do_save();
+void do_write_database();
+
+// ---- Transaction record printing ------------------------------------------------
+
+void o_date(const char *date_text, int column, bool flag);
+void o_customer_name(const customer *c, int column, bool flag);
+void o_misc_struct(const misc *m, int indent, bool date_flag, bool tabbed);
+void o_gas_struct(const gas *g, int indent, bool date_flag, bool tabbed);
+void o_payment_struct(const payment *p, int indent, bool date_flag, bool tabbed);
+void o_flight_struct(const flight *f, int indent, bool date_flag, bool tabbed);
+void o_now_info(bool show_version, int column);

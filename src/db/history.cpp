@@ -1,0 +1,560 @@
+// The period's history files: reading the day sheet and the gas and misc
+// history, the loaders that keep them in memory, loading the master files
+// on demand, saving them, and rewriting the three history files after
+// transactions were removed.
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <unordered_set>
+
+#include "billing/billing.h"
+#include "conio/iosubs.h"
+#include "db/db.h"
+
+namespace {
+
+enum { LINE_MAX_TEXT = 200, MAX_FIELDS = 16, CTRL_Z = 26 };
+
+// One line of a history file cut into its tab-separated fields. Empty
+// fields count: two tabs in a row enclose an empty field. Fields past the
+// end of the line read as empty text.
+class Fields {
+  public:
+    explicit Fields(char *text) {
+        char *p = text;
+        while (count_ < MAX_FIELDS) {
+            field_[count_++] = p;
+            char *tab = strchr(p, '\t');
+            if (tab == nullptr)
+                break;
+            *tab = '\0';
+            p = tab + 1;
+        }
+    }
+    // Numbered from 1; always writable.
+    char *operator[](int n) {
+        static char empty[1];
+        empty[0] = '\0';
+        return n >= 1 && n <= count_ ? field_[n - 1] : empty;
+    }
+
+  private:
+    char *field_[MAX_FIELDS] = {};
+    int count_ = 0;
+};
+
+// Reads the next line that counts: a line starting with Ctrl-Z is skipped
+// without advancing the line number.
+bool next_line(FILE *file, char *line, int size, int &line_number) {
+    while (fgets(line, size, file) != nullptr) {
+        if (line[0] == CTRL_Z)
+            continue;
+        line_number++;
+        return true;
+    }
+    return false;
+}
+
+// Consecutive records nearly always share a date; remembering the last
+// conversion spares the calendar arithmetic on every line.
+struct DateCache {
+    char text[LINE_MAX_TEXT + 1] = "";
+    long value = 0;
+    bool ok = false;
+    bool valid = false;
+
+    long convert(const char *field, bool &is_ok) {
+        if (!valid || strcmp(field, text) != 0) {
+            snprintf(text, sizeof text, "%s", field);
+            value = i_convertDateToTime(field, &ok);
+            valid = true;
+        }
+        is_ok = ok;
+        return value;
+    }
+};
+
+int32_t read_date(DateCache &cache, const char *field, int line_number) {
+    bool ok = false;
+    long value = cache.convert(field, ok);
+    if (!ok)
+        printf("? Date \"%s\" is in bad format on line %d\n", field, line_number);
+    return (int32_t)value;
+}
+
+int read_int(const char *field, bool &ok) {
+    int value = 0;
+    ok = sscanf(field, " %d", &value) == 1;
+    return ok ? value : -1;
+}
+
+int32_t receipt_number(const char *account) {
+    long number = 0;
+    if (account[0] != '#' || sscanf(account + 1, " %ld", &number) != 1)
+        return 0;
+    return (int32_t)number;
+}
+
+// Unknown accounts are billed to CASH so that no charge is lost.
+customer *account_or_cash(const char *account, int line_number) {
+    customer *c = lookup_account(account, false);
+    if (c == nullptr) {
+        printf("? No customer to match \"%s\" on line %d.\n", account, line_number);
+        printf("    CASH account assumed.\n");
+        c = fc_cust("CASH", "", true);
+    }
+    return c;
+}
+
+// The flights already held, by customer, date and number, for the
+// duplicate warning.
+struct FlightKey {
+    const customer *c;
+    int32_t date;
+    int number;
+    bool operator==(const FlightKey &o) const {
+        return c == o.c && date == o.date && number == o.number;
+    }
+};
+struct FlightKeyHash {
+    size_t operator()(const FlightKey &k) const {
+        size_t h = std::hash<const void *>()(k.c);
+        h ^= std::hash<int64_t>()(((int64_t)k.date << 20) ^ (int64_t)(uint32_t)k.number) +
+             0x9e3779b97f4a7c15ULL + (h << 6) + (h >> 2);
+        return h;
+    }
+};
+
+float read_float(const char *field, bool &ok) {
+    float value = 0;
+    ok = sscanf(field, " %f", &value) == 1 && std::isfinite(value);
+    return value;
+}
+
+bool read_clock(const char *field, int32_t &minutes) {
+    long hours = 0;
+    long mins = 0;
+    if (sscanf(field, "%ld:%ld", &hours, &mins) != 2)
+        return false;
+    minutes = (int32_t)((int64_t)hours * 60 + mins);
+    return true;
+}
+
+void close_history(FILE *file, const char *name) {
+    if (fclose(file) != 0)
+        printf("? Unable to close daysheet data file \"%s\".\n", name);
+}
+
+} // namespace
+
+void readFlights(const char *file) {
+    FILE *in = fopen(file, "r");
+    if (in == nullptr) {
+        printf("? Unable to read daysheet file \"%s\"\n", file);
+        return;
+    }
+    printf("Reading day sheet file: \"%s\"\n", file);
+
+    // Seed the duplicate test with what is already loaded (the companion
+    // file, when it was read first).
+    std::unordered_set<FlightKey, FlightKeyHash> seen;
+    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+        for (flight *f = c->flights; f != nullptr; f = f->next)
+            seen.insert(FlightKey{c, f->date, f->number});
+
+    DateCache dates;
+    int version = 1;
+    int line_number = 0;
+    char line[LINE_MAX_TEXT + 4];
+    while (next_line(in, line, LINE_MAX_TEXT + 2, line_number)) {
+        size_t length = strlen(line);
+        if (length > 0)
+            line[length - 1] = '\0';
+        if (strchr(line, '!') != nullptr || is_blank(line))
+            continue;
+        int v = 0;
+        if (sscanf(line, " $VERSION %d", &v) == 1) {
+            version = v;
+            if (v > 2) {
+                printf("? Expected version number %d found %d.\n", 2, v);
+                version = 2;
+            }
+            continue;
+        }
+
+        Fields field(line);
+        flight *f = (flight *)errmalloc(sizeof(flight));
+        f->next = nullptr;
+        f->date = read_date(dates, field[1], line_number);
+        bool ok = false;
+        f->number = read_int(field[2], ok);
+        if (!ok)
+            printf("? Looking for flight number on line %d. Got \"%s\"\n", line_number, field[2]);
+
+        char *account = uc_string(field[3]);
+        customer *c = account_or_cash(account, line_number);
+        f->customer = c;
+        f->invoice = receipt_number(account);
+        add_flight(f, c);
+
+        f->plane = alloc_str(field[4]);
+        f->pilot = alloc_str(field[5]);
+        int type = translate_flight_type(field[6]);
+        if (type == 5) {
+            if (is_blank(field[6]))
+                printf("? Missing type of flight on line %d\n", line_number);
+            else
+                printf("? Unrecognized type of flight \"%s\" on line %d\n", field[6], line_number);
+            type = 0;
+        }
+        f->type = (char)type;
+        f->cfi = alloc_str(field[7]);
+        f->passenger = alloc_str(field[8]);
+        f->towpilot = alloc_str(field[9]);
+
+        int next = 10;
+        f->towplane = nullptr;
+        if (version >= 2)
+            f->towplane = fc_tug(field[next++], true);
+
+        // Read in single precision on purpose: 0.95 lands on 9, not 10.
+        const char *height_text = field[next++];
+        float height = read_float(height_text, ok);
+        double tenths = ((double)height + .05) * 10;
+        if (ok && tenths > -1e9 && tenths < 1e9) {
+            f->towheight = (int)tenths;
+        } else {
+            printf("? Bad tow height \"%s\" on line %d.\n", height_text, line_number);
+            f->towheight = 25;
+        }
+
+        const char *start_text = field[next++];
+        const char *end_text = field[next++];
+        bool start_ok = read_clock(start_text, f->start);
+        if (!start_ok)
+            printf("? Bad start time \"%s\" on line %d.", start_text, line_number);
+        bool end_ok = read_clock(end_text, f->end);
+        if (!end_ok)
+            printf("? Bad end time \"%s\" on line %d.", end_text, line_number);
+        if (!start_ok || !end_ok) {
+            f->start = 0;
+            f->end = 0;
+        }
+
+        if (!seen.insert(FlightKey{c, f->date, f->number}).second)
+            printf("? Error %s %d: Suspicious duplicate flight on %s number %d for %s, %s\n", file,
+                   line_number, i_convertTimeToString(f->date), f->number, c->lastname,
+                   c->firstname);
+    }
+    close_history(in, file);
+}
+
+namespace {
+
+enum class GasSection { NONE, MISC, GAS };
+
+// Sheet, line and account are common to both sections; the account is
+// rotated to "first last" order before the lookup.
+struct GasLineStart {
+    int32_t date;
+    int sheet;
+    int line;
+    customer *c;
+    int32_t invoice;
+};
+
+GasLineStart read_gas_line_start(Fields &field, DateCache &dates, int line_number) {
+    GasLineStart s;
+    s.date = read_date(dates, field[1], line_number);
+    bool ok = false;
+    s.sheet = read_int(field[2], ok);
+    if (!ok)
+        printf("? Looking for sheet number on line %d. Got \"%s\"\n", line_number, field[2]);
+    s.line = read_int(field[3], ok);
+    if (!ok)
+        printf("? Looking for line number on line %d. Got \"%s\"\n", line_number, field[3]);
+    char *account = field[4];
+    normalize_name(account);
+    s.c = account_or_cash(account, line_number);
+    s.invoice = receipt_number(account);
+    return s;
+}
+
+int32_t read_charge(const char *field, int line_number, const char *file) {
+    long charge = 0;
+    if (sscanf(field, "%ld", &charge) != 1) {
+        printf("? Unable to find charge on line %d in \"%s\"\n", line_number, file);
+        return 0;
+    }
+    return (int32_t)charge;
+}
+
+} // namespace
+
+void readGas(const char *file) {
+    FILE *in = fopen(file, "r");
+    if (in == nullptr) {
+        printf("? Unable to read gas history file \"%s\"\n", file);
+        return;
+    }
+    printf("Reading gas history file: \"%s\"\n", file);
+
+    DateCache dates;
+    GasSection section = GasSection::NONE;
+    int version = 1;
+    int line_number = 0;
+    char line[LINE_MAX_TEXT + 4];
+    while (next_line(in, line, LINE_MAX_TEXT + 2, line_number)) {
+        size_t length = strlen(line);
+        if (length > 0 && line[length - 1] == '\n')
+            line[length - 1] = '\0';
+        if (line[0] == '!' || is_blank(line))
+            continue;
+        int v = 0;
+        if (sscanf(line, " $VERSION %d", &v) == 1) {
+            version = v;
+            if (v > 2) {
+                printf("? Expected version number %d found %d.\n", 2, v);
+                version = 2;
+            }
+            continue;
+        }
+        if (strcmp(line, "$GAS") == 0) {
+            section = GasSection::GAS;
+            continue;
+        }
+        if (strcmp(line, "$MISC") == 0) {
+            section = GasSection::MISC;
+            continue;
+        }
+        if (line[0] == '$') {
+            section = GasSection::NONE;
+            continue;
+        }
+        if (section == GasSection::NONE)
+            continue;
+
+        Fields field(line);
+        GasLineStart s = read_gas_line_start(field, dates, line_number);
+        if (section == GasSection::MISC) {
+            misc *m = (misc *)errmalloc(sizeof(misc));
+            m->date = s.date;
+            m->sheet = s.sheet;
+            m->line = s.line;
+            m->customer = s.c;
+            m->invoice = s.invoice;
+            m->next = nullptr;
+            m->why = nullptr;
+            add_misc(m, s.c);
+            int next = 5;
+            m->taxable = 0;
+            if (version >= 2) {
+                const char *flag = field[next++];
+                if (strcmp(flag, "Y") == 0)
+                    m->taxable = 1;
+                else if (strcmp(flag, "N") != 0)
+                    printf("? Bad format tax flag on line %d\n", line_number);
+            }
+            m->charge = read_charge(field[next++], line_number, file);
+            m->why = alloc_str(field[next]);
+        } else {
+            gas *g = (gas *)errmalloc(sizeof(gas));
+            g->date = s.date;
+            g->sheet = s.sheet;
+            g->line = s.line;
+            g->customer = s.c;
+            g->invoice = s.invoice;
+            g->plane = nullptr;
+            g->pilot = nullptr;
+            g->next = nullptr;
+            add_gas(g, s.c);
+            g->charge = read_charge(field[5], line_number, file);
+            namelist *grade = fc_gas_grade(field[6], false);
+            g->grade = grade != nullptr ? grade->name : "GAS100";
+            int whole = 0;
+            int tenth = 0;
+            int got = sscanf(field[7], "%d.%1d", &whole, &tenth);
+            if (got == 1) {
+                g->gallons = (int)(int32_t)((int64_t)whole * 10);
+            } else if (got == 2) {
+                g->gallons = (int)(int32_t)((int64_t)whole * 10 + tenth);
+            } else {
+                printf("? Unable to find gallons on line %d in \"%s\"\n", line_number, file);
+                g->gallons = 0;
+            }
+            g->plane = alloc_str(field[8]);
+            g->pilot = alloc_str(field[9]);
+        }
+    }
+    close_history(in, file);
+}
+
+void do_r_flights(bool quicken) {
+    if (db.flights_read && db.flights_quicken == (char)quicken)
+        return;
+    db.flights_quicken = (char)quicken;
+    free_flights();
+    if (quicken)
+        readFlights(db.daysheetqufile);
+    readFlights(db.daysheetfile);
+    db.flights_read = 1;
+}
+
+void do_r_gas(bool quicken) {
+    if (db.gas_read && db.gas_quicken == (char)quicken)
+        return;
+    db.gas_quicken = (char)quicken;
+    free_gas();
+    if (quicken)
+        readGas(db.gashistqufile);
+    readGas(db.gashistfile);
+    db.gas_read = 1;
+}
+
+void maybe_read() {
+    if (db.price_list == nullptr)
+        do_r_price();
+    if (db.abbrevs == nullptr)
+        do_r_abbrev();
+    if (db.cust_list == nullptr)
+        do_r_cust();
+}
+
+void do_save() {
+    do_w_abbrev();
+    do_w_custs();
+    do_w_prices();
+    do_w_balances();
+}
+
+namespace {
+
+// Writes one history file completely under its temporary name. A file that
+// could not be opened or not be written to the end is reported by the
+// formatter and leaves every existing file as it was.
+bool write_temporary(const char *name, const char *kind, const std::function<void()> &body) {
+    FILE *out = open_o_file(name, kind);
+    if (out == nullptr) {
+        set_o_file(stdout);
+        return false;
+    }
+    set_tabs_allowed(false);
+    body();
+    if (close_o_file(out, name, kind) != 0) {
+        set_o_file(stdout);
+        return false;
+    }
+    return true;
+}
+
+void o_text_line(const char *text) {
+    o_lstring(text, 0, false);
+    o_newline(0);
+}
+
+enum class Replaced { WITH_BACKUP, WITHOUT_BACKUP, LOST };
+
+// The old main file is kept under the backup name; the new one replaces it
+// even when no old one could be moved aside.
+Replaced replace_history(const char *temp_name, const char *history_name, const char *backup) {
+    remove(backup);
+    if (rename(history_name, backup) == 0) {
+        rename(temp_name, history_name);
+        return Replaced::WITH_BACKUP;
+    }
+    return rename(temp_name, history_name) == 0 ? Replaced::WITHOUT_BACKUP : Replaced::LOST;
+}
+
+void write_gas_and_misc() {
+    o_text_line("$VERSION 2");
+    o_text_line("$MISC");
+    o_text_line("!Date\t\tSheet\tLine\tAccount\t\tTax\tCents\tCharge (credit) is for");
+    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+        for (misc *m = c->misc; m != nullptr; m = m->next) {
+            o_misc_struct(m, 0, false, true);
+            o_newline(0);
+        }
+    o_text_line("$GAS");
+    o_text_line("!Date\t\tSheet\tLine\tAccount\t\tCents\tGrade\tGallons\tPlane\tPilot");
+    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+        for (gas *g = c->gas; g != nullptr; g = g->next) {
+            o_gas_struct(g, 0, false, true);
+            o_newline(0);
+        }
+}
+
+void write_payments() {
+    o_text_line("$VERSION 3");
+    o_text_line("$PAYMENTS");
+    o_text_line("!Date\tCents\tCheck\tAccount\t\tNote");
+    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+        for (payment *p = c->payments; p != nullptr; p = p->next) {
+            o_payment_struct(p, 0, false, true);
+            o_newline(0);
+        }
+}
+
+void write_flights() {
+    o_text_line("$VERSION 2");
+    o_text_line("!Date\t\tNumber\tAccount\t\t\tPlane\tPilot\tType\tCFI\tPass");
+    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+        for (flight *f = c->flights; f != nullptr; f = f->next) {
+            o_flight_struct(f, 0, false, true);
+            o_newline(0);
+        }
+}
+
+} // namespace
+
+void do_write_database() {
+    maybe_read();
+    do_r_flights(true);
+    do_r_gas(true);
+    do_r_payments(true);
+    do_r_balances();
+
+    printf("If you write these changes and you have created output to QUICKEN this month\n");
+    printf("the QUICKEN output will incorrectly be created again.\n");
+    if (!get_yesno("Are you sure you wish to write these changes", "NO"))
+        return;
+
+    if (write_temporary(db.gastempfile, "gas and misc charges", write_gas_and_misc)) {
+        Replaced r = replace_history(db.gastempfile, db.gashistfile, "VNKGAS.BAK");
+        if (r == Replaced::WITH_BACKUP)
+            printf("\tThe old copy of %s is in VNKGAS.BAK\n", db.gashistfile);
+        else if (r == Replaced::LOST)
+            printf("? Could not write GAS charges database, changes just made are lost.\n");
+        remove("VNKGASQU.BAK");
+        rename(db.gashistqufile, "VNKGASQU.BAK");
+        // This message has always named VNKGAS.BAK for the companion too.
+        printf("\tThe old copy of %s is in VNKGAS.BAK\n", db.gashistqufile);
+        create_empty_file(db.gashistqufile);
+    }
+
+    if (write_temporary(db.paytempfile, "payments", write_payments)) {
+        Replaced r = replace_history(db.paytempfile, db.payhistfile, "VNKPMNT.BAK");
+        if (r == Replaced::WITH_BACKUP)
+            printf("\tThe old copy of %s is in VNKPMNT.BAK\n", db.payhistfile);
+        else if (r == Replaced::LOST)
+            printf("? Could not write PAYMENTS database, changes just made are lost.\n");
+        remove("VNKPMNTQ.BAK");
+        rename(db.payhistqufile, "VNKPMNTQ.BAK");
+        printf("\tThe old copy of %s is in VNKPMNTQ.BAK\n", db.payhistqufile);
+        create_empty_file(db.payhistqufile);
+    }
+
+    if (!write_temporary(db.daytempfile, "day sheet", write_flights))
+        return;
+    Replaced r = replace_history(db.daytempfile, db.daysheetfile, "VNKFLGHT.BAK");
+    if (r == Replaced::WITH_BACKUP)
+        printf("\tThe old copy of %s is in VNKFLGHT.BAK\n", db.daysheetfile);
+    else if (r == Replaced::LOST)
+        printf("? Could not write FLIGHTS database, changes just made are lost.\n");
+    // The day sheet companion goes to .OLD although the message says .BAK.
+    remove("VNKFLGQU.OLD");
+    rename(db.daysheetqufile, "VNKFLGQU.OLD");
+    printf("\tThe old copy of %s is in VNKFLGQU.BAK\n", db.daysheetqufile);
+    create_empty_file(db.daysheetqufile);
+}

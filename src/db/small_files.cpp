@@ -1,0 +1,295 @@
+// The abbreviations file, the account balances file and the payments
+// history.
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "db/db.h"
+
+namespace {
+
+enum { LINE_MAX_TEXT = 200 };
+
+// One line of at most LINE_MAX_TEXT characters plus its line end.
+bool read_line(FILE *file, char *buffer, int size) { return fgets(buffer, size, file) != nullptr; }
+
+void strip_line_end(char *line) {
+    size_t n = strlen(line);
+    if (n > 0 && line[n - 1] == '\n')
+        line[n - 1] = '\0';
+}
+
+bool is_comment(const char *line) { return strchr(line, '!') != nullptr; }
+
+std::string tab_field(const char *line, int n) { return i_getField("\t", line, n, false); }
+
+std::string upper(std::string text) {
+    uc_string(text.data());
+    return text;
+}
+
+// Customers named in a data file are never lost: an unknown name becomes
+// a new account.
+customer *find_or_create_named(const std::string &lastname, const std::string &firstname) {
+    customer *c = fc_cust(lastname.c_str(), firstname.c_str(), false);
+    if (!c) {
+        printf("? Customer %s, %s does not exist,", lastname.c_str(), firstname.c_str());
+        printf(" creating customer.\n");
+        c = fc_cust(lastname.c_str(), firstname.c_str(), true);
+    }
+    return c;
+}
+
+} // namespace
+
+// ---- Abbreviations ------------------------------------------------------------
+
+void do_r_abbrev() {
+    FILE *file = fopen(db.abbrevfile, "r");
+    if (!file) {
+        printf("? Unable to read abbreviations file \"%s\"\n", db.abbrevfile);
+        return;
+    }
+    printf("Reading abbreviations file: \"%s\"\n", db.abbrevfile);
+
+    char line[LINE_MAX_TEXT + 3];
+    int line_number = 0;
+    while (read_line(file, line, LINE_MAX_TEXT + 2)) {
+        line_number++;
+        uc_string(line);
+        int version;
+        if (sscanf(line, " $VERSION %d ", &version) == 1) {
+            if (version != 1)
+                printf("? Bad version number on line %d.\n", line_number);
+            continue;
+        }
+        // Deliberately tried before the comment test: a commented line of
+        // two or more words still defines an abbreviation.
+        char name[LINE_MAX_TEXT + 1], lastname[LINE_MAX_TEXT + 1], firstname[LINE_MAX_TEXT + 1];
+        firstname[0] = '\0';
+        int words = sscanf(line, "%200s %200s %200s", name, lastname, firstname);
+        if (words >= 2) {
+            if (words < 3)
+                firstname[0] = '\0';
+            if (!fc_abbrev(name, lastname, firstname, false))
+                fc_abbrev(name, lastname, firstname, true);
+            continue;
+        }
+        if (!is_comment(line) && !is_blank(line))
+            printf("? Illegal format line %d: %s", line_number, line);
+    }
+    fclose(file);
+}
+
+bool do_w_abbrev() {
+    if (!db.abbrev_changed) {
+        printf("Abbreviations are up to date.\n");
+    } else {
+        SafeFile sf;
+        FILE *file = safe_open(sf, db.abbrevfile);
+        if (!file) {
+            printf("? Unable to open abbreviations file \"%s\"\n", db.abbrevfile);
+            return false;
+        }
+        fprintf(file, "$VERSION 1\n");
+        for (abbrev *a = db.abbrevs; a; a = a->next)
+            fprintf(file, "%s\t%s %s\n", a->name, a->lastname, a->firstname);
+        if (!safe_commit(sf)) {
+            printf("? Unable to close abbreviations file \"%s\"\n", db.abbrevfile);
+            return false;
+        }
+        printf("Abbreviations file \"%s\" written\n", db.abbrevfile);
+    }
+    db.abbrev_changed = 0;
+    return true;
+}
+
+// ---- Account balances --------------------------------------------------------
+
+void do_r_balances() {
+    if (db.balances_read)
+        return;
+    FILE *file = fopen(db.balancesfile, "r");
+    if (!file) {
+        printf("? Unable to read account balances file \"%s\"\n", db.balancesfile);
+        return;
+    }
+    printf("Reading account balances file: \"%s\"\n", db.balancesfile);
+
+    char line[LINE_MAX_TEXT + 3];
+    int line_number = 0;
+    while (read_line(file, line, LINE_MAX_TEXT + 2)) {
+        line_number++;
+        uc_string(line);
+        int version;
+        if (sscanf(line, " $VERSION %d ", &version) == 1) {
+            if (version != 1)
+                printf("? Bad version number on line %d.\n", line_number);
+            continue;
+        }
+        if (is_comment(line) || is_blank(line))
+            continue;
+        strip_line_end(line);
+
+        std::string lastname = tab_field(line, 1);
+        if (lastname.empty()) {
+            printf("? Bad format, missing last name on line: %d\n", line_number);
+            printf("    %s\n", line);
+            continue;
+        }
+        std::string firstname = tab_field(line, 2);
+        std::string amount_text = tab_field(line, 3);
+        customer *c = find_or_create_named(lastname, firstname);
+
+        long amount = 0;
+        if (sscanf(amount_text.c_str(), " %ld", &amount) != 1) {
+            printf("? Can not find account balance on line %d:\n\t", line_number);
+            amount = 0;
+        }
+        if (c->balance != 0) {
+            printf("? %s, %s already has a balance of %ld cents,\n", lastname.c_str(),
+                   firstname.c_str(), (long)c->balance);
+            printf("\tadding new balance of %ld on line %d\n", amount, line_number);
+        }
+        c->balance = static_cast<int32_t>(static_cast<int64_t>(c->balance) +
+                                          static_cast<int32_t>(amount));
+    }
+    fclose(file);
+    db.balances_read = 1;
+}
+
+bool do_w_balances() {
+    if (!db.balances_changed) {
+        printf("Balances file is up to date.\n");
+        return true;
+    }
+    SafeFile sf;
+    FILE *file = safe_open(sf, db.balancesfile);
+    if (!file) {
+        printf("? Unable to open account balances file \"%s\"\n", db.balancesfile);
+        return false;
+    }
+    fprintf(file, "$VERSION %d\n", 1);
+    for (customer *c = db.cust_list; c; c = c->next) {
+        // A cash customer has paid on the spot; nothing carries over.
+        if (c->balance == 0 || c->cash)
+            continue;
+        fprintf(file, "%s\t%s\t%ld\n", c->lastname, c->firstname, (long)c->balance);
+    }
+    if (!safe_commit(sf)) {
+        printf("? Unable to close balances file \"%s\"\n", db.balancesfile);
+        return false;
+    }
+    printf("Account balances file \"%s\" written.\n", db.balancesfile);
+    db.balances_changed = 0;
+    return true;
+}
+
+// ---- Payments history -------------------------------------------------------
+
+void readPaymentsFile(const char *name) {
+    FILE *file = fopen(name, "r");
+    if (!file) {
+        printf("? Unable to read payments file \"%s\"\n", name);
+        return;
+    }
+    printf("Reading payments history file: \"%s\"\n", name);
+
+    // A file without any "$" line is an old version 1 file whose payment
+    // lines start at once; a "$" line switches them off until told again.
+    int version = 1;
+    bool payment_lines = true;
+    char line[LINE_MAX_TEXT + 3];
+    int line_number = 0;
+    while (read_line(file, line, LINE_MAX_TEXT + 2)) {
+        line_number++;
+        char word[LINE_MAX_TEXT + 1];
+        int number = 0;
+        int items = sscanf(line, " $%200s %d", word, &number);
+        if (items >= 1) {
+            payment_lines = false;
+            if (items == 2)
+                version = number;
+            uc_string(word);
+            if (strcmp(word, "PAYMENTS") == 0) {
+                payment_lines = true;
+                continue;
+            }
+            if (strcmp(word, "VERSION") == 0) {
+                if (items < 2)
+                    printf("? Missing version number on line %d.\n", line_number);
+                else if (version == 1)
+                    payment_lines = true;
+                else if (version != 3)
+                    printf("? Bad version number on line %d.\n", line_number);
+                continue;
+            }
+        }
+        if (is_comment(line) || is_blank(line))
+            continue;
+        if (!payment_lines) {
+            printf("? Unrecognized line %d:\n\t%s", line_number, line);
+            continue;
+        }
+        strip_line_end(line);
+
+        int32_t date = static_cast<int32_t>(i_convertDateToTime(tab_field(line, 1).c_str()));
+        customer *c;
+        std::string note;
+        if (version >= 3) {
+            std::string account = upper(tab_field(line, 4));
+            c = lookup_account(account.c_str(), false);
+            if (!c) {
+                std::string lastname, firstname;
+                parse_name(account.c_str(), lastname, firstname);
+                printf("? Customer %s, %s does not exist,", lastname.c_str(), firstname.c_str());
+                printf(" creating customer.\n");
+                c = fc_cust(lastname.c_str(), firstname.c_str(), true);
+            }
+            note = tab_field(line, 5);
+        } else {
+            std::string lastname = upper(tab_field(line, 4));
+            if (lastname.empty()) {
+                printf("? Bad format, missing last name on line: %d\n", line_number);
+                printf("    %s\n", line);
+                continue;
+            }
+            std::string firstname = upper(tab_field(line, 5));
+            c = find_or_create_named(lastname, firstname);
+            note = tab_field(line, 6);
+        }
+
+        long amount = 0;
+        if (sscanf(tab_field(line, 2).c_str(), " %ld", &amount) != 1) {
+            printf("? Can not find payment amount on line %d:\n\t", line_number);
+            amount = 0;
+        }
+        long check = 0;
+        if (sscanf(tab_field(line, 3).c_str(), " %ld", &check) != 1) {
+            printf("? Can not find payment check number on line %d:\n\t%s", line_number, line);
+            check = 0;
+        }
+
+        auto *p = static_cast<payment *>(errmalloc(sizeof(payment)));
+        p->next = nullptr;
+        p->date = date;
+        p->customer = c;
+        p->amount = static_cast<int32_t>(amount);
+        p->check = static_cast<int32_t>(check);
+        p->note = alloc_str(note.c_str());
+        add_payment(p, c);
+    }
+    fclose(file);
+}
+
+void do_r_payments(bool quicken) {
+    if (db.payments_read && db.payments_quicken == static_cast<char>(quicken))
+        return;
+    db.payments_quicken = static_cast<char>(quicken);
+    free_all_payments();
+    if (quicken)
+        readPaymentsFile(db.payhistqufile);
+    readPaymentsFile(db.payhistfile);
+    db.payments_read = 1;
+}

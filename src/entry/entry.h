@@ -1,0 +1,4 @@
+// Data entry: the ENTER dialogues.
+#pragma once
+
+void do_enter();

@@ -1,0 +1,4 @@
+#include "conio/iosubs.h"
+
+// SEND-BY-EMAIL comes with the e-mail capture.
+void do_email() { notyet("SEND-BY-EMAIL"); }

@@ -1,0 +1,21 @@
+// One message, one connection: the rest of the program never holds an SMTP
+// client of its own.
+#include "mail/smtp.h"
+
+bool sendmail(const char *toEmail, const char *toName, const char *subject, const char *body,
+              const char *senderName, const char *senderEmail, const char *replyTo,
+              const char *server) {
+    Smtp mail;
+    mail.AddRecipient(toEmail, toName);
+    mail.SetMessageBody(body);
+    mail.SetSubject(subject);
+    mail.SetSenderName(senderName);
+    mail.SetSenderEmail(senderEmail);
+    mail.SetReplyTo(replyTo);
+    if (!mail.ConnectServer(server, 0))
+        return false;
+    // QUIT goes out even after a refused message.
+    bool sent = mail.Send();
+    bool closed = mail.Disconnect();
+    return sent && closed;
+}

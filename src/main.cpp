@@ -1,0 +1,34 @@
+#include <cstdio>
+#include <cstring>
+
+#include "shell/shell.h"
+
+static void usage() {
+    printf("%s - billing and records for a glider club.\n"
+           "\n"
+           "Usage: varnok [--version | --help]\n"
+           "\n"
+           "Run it in the directory that holds the club's data files\n"
+           "(VNKPRICE.DAT, VNKCUST.DAT, ...); it reads and writes them there\n"
+           "and takes its commands from the console.\n"
+           "\n"
+           "  --version  print the program's version and exit\n"
+           "  --help     print this text and exit\n",
+           program_name);
+}
+
+int main(int argc, char **argv) {
+    if (argc > 1) {
+        if (argc == 2 && strcmp(argv[1], "--version") == 0) {
+            printf("%s\n", program_version);
+            return 0;
+        }
+        if (argc == 2 && strcmp(argv[1], "--help") == 0) {
+            usage();
+            return 0;
+        }
+        fprintf(stderr, "varnok: unknown argument \"%s\" (try --help)\n", argv[1]);
+        return 2;
+    }
+    return do_main(program_version, program_name);
+}

@@ -1,0 +1,115 @@
+#include <string>
+
+#include "db/db.h"
+#include "reports/reports.h"
+#include "testutil.h"
+
+namespace {
+
+class MemberTest : public TempDirTest {
+  protected:
+    void SetUp() override {
+        TempDirTest::SetUp();
+        db_reset();
+        set_o_file(stdout);
+    }
+    void TearDown() override {
+        db_reset();
+        TempDirTest::TearDown();
+    }
+
+    // Runs w_mbr into a scratch file and returns what it wrote there.
+    static std::string summary(const customer *c, bool full) {
+        FILE *file = tmpfile();
+        EXPECT_NE(file, nullptr);
+        w_mbr(c, full, file);
+        fflush(file);
+        rewind(file);
+        std::string text;
+        char buffer[512];
+        size_t n;
+        while ((n = fread(buffer, 1, sizeof buffer, file)) > 0)
+            text.append(buffer, n);
+        fclose(file);
+        return text;
+    }
+};
+
+TEST_F(MemberTest, ShortFormGoesToTheGivenFileOnly) {
+    customer *c = fc_cust("SMITH", "ANN", true);
+    c->category = fc_category("FULL");
+    fc_customer_flag(c, "PILOT", true);
+    fc_customer_flag(c, "BOARD", true);
+    replace_str(&c->info, "not shown in the short form");
+
+    start_capture();
+    std::string text = summary(c, false);
+    EXPECT_EQ(end_capture(), "");
+    EXPECT_EQ(text, "SMITH, ANN\t\tFULL\tCredit\n    Flags: BOARD  PILOT\n");
+    EXPECT_EQ(get_o_file(), stdout);
+
+    c->cash = 1;
+    free_namelist(c->flags, false);
+    c->flags = nullptr;
+    EXPECT_EQ(summary(c, false), "SMITH, ANN\t\tFULL\tCash\n    Flags: \n");
+}
+
+TEST_F(MemberTest, FullForm) {
+    customer *c = fc_cust("ADAMS", "AL", true);
+    c->category = fc_category("FULL");
+    c->priorCategory = fc_category("JUNIOR");
+    c->transitionDate = (int32_t)i_convertDateToTime("6-7-2005");
+    fc_customer_flag(c, "TOWPILOT", true);
+    replace_str(&c->info, "Glider pilot");
+    replace_str(&c->spouse, "Mary");
+    replace_str(&c->contestNumber, "AL");
+    replace_str(&c->eMail, "al@example.com");
+    replace_str(&c->phone[0], "555-1111");
+    replace_str(&c->phone[2], "555-3333");
+    replace_str(&c->addr[0], "1 Main St");
+    replace_str(&c->addr[2], "Springfield, MA 01101");
+
+    EXPECT_EQ(summary(c, true), "ADAMS, AL\t\tFULL\tCredit\n"
+                                "    Flags: TOWPILOT\n"
+                                "\t\tWas JUNIOR before 6-7-2005\n"
+                                "    Info: Glider pilot\n"
+                                "    Spouse: Mary\n"
+                                "    Contest Number: AL\n"
+                                "    eMail: al@example.com\n"
+                                "    Home:  555-1111\n"
+                                "    Local:  555-3333\n"
+                                "\t1 Main St\n"
+                                "\tSpringfield, MA 01101\n"
+                                "\n");
+
+    // Without a first address line the others are not shown; a prior
+    // category without a date is not shown either.
+    replace_str(&c->addr[0], "");
+    c->transitionDate = 0;
+    replace_str(&c->info, "");
+    std::string text = summary(c, true);
+    EXPECT_EQ(text.find("Was"), std::string::npos);
+    EXPECT_EQ(text.find("Info"), std::string::npos);
+    EXPECT_NE(text.find("    Local:  555-3333\n    No Address\n\n"), std::string::npos);
+}
+
+TEST_F(MemberTest, NoCustomerAndNoFile) {
+    EXPECT_EQ(summary(nullptr, true), "No customer.\n");
+    start_capture();
+    w_mbr(fc_cust("X", "Y", true), true, nullptr);
+    EXPECT_EQ(end_capture(), "");
+    EXPECT_EQ(get_o_file(), stdout);
+}
+
+TEST_F(MemberTest, FlagsThroughTheCurrentOutput) {
+    customer *c = fc_cust("X", "Y", true);
+    fc_customer_flag(c, "B", true);
+    fc_customer_flag(c, "A", true);
+    fc_customer_flag(c, "C", true);
+    start_capture();
+    w_mbr_flags(c);
+    o_newline(0);
+    EXPECT_EQ(end_capture(), "A  B  C\n");
+}
+
+} // namespace
