@@ -36,6 +36,7 @@ struct InputState {
     int nextIndirectFile = 0;
     LogFile logFile = {nullptr, nullptr};
     void (*endOfInput)() = default_end_of_input;
+    bool inEndOfInput = false;
 };
 InputState in;
 
@@ -103,7 +104,13 @@ bool next_raw_line(char *line) {
         if (!feof(stdin))
             log_error("? Could not get line from user\n");
         line[0] = '\0';
-        in.endOfInput();
+        // The handler may itself ask questions (saving on the way out); those
+        // get empty answers instead of calling it again.
+        if (!in.inEndOfInput) {
+            in.inEndOfInput = true;
+            in.endOfInput();
+            in.inEndOfInput = false;
+        }
         return false;
     }
 }

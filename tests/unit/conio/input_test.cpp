@@ -142,8 +142,13 @@ TEST_F(InputTest, CommandLogRecordsAnswers) {
 }
 
 int end_calls = 0;
+std::string asked_inside;
 void count_end() {
     end_calls++;
+    // A handler that asks a question itself must not recurse.
+    char *answer = getuser("Save", "inner", false);
+    asked_inside = answer;
+    errfree(answer);
 }
 
 TEST_F(InputTest, EndOfConsoleInputCallsTheHandler) {
@@ -154,6 +159,7 @@ TEST_F(InputTest, EndOfConsoleInputCallsTheHandler) {
     EXPECT_EQ(end_calls, 0);
     EXPECT_EQ(ask("Q", "d"), "d");
     EXPECT_EQ(end_calls, 1);
+    EXPECT_EQ(asked_inside, "inner");
     EXPECT_EQ(ask("Q", ""), "");
     EXPECT_EQ(end_calls, 2);
 }
