@@ -230,8 +230,11 @@ FILE *safe_open(SafeFile &sf, const char *name) {
         errno = ENAMETOOLONG;
         return nullptr;
     }
-    // A rewritten file keeps the permissions of the file it replaces.
-    mode_t mode = 0666;
+    // A rewritten file keeps the permissions of the file it replaces; a new
+    // one gets what the user's umask allows, as fopen would have given it.
+    mode_t mask = umask(0);
+    umask(mask);
+    mode_t mode = 0666 & ~mask;
     struct stat old;
     if (stat(name, &old) == 0 && S_ISREG(old.st_mode))
         mode = old.st_mode & 07777;

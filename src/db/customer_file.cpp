@@ -13,16 +13,22 @@ enum { LINE_MAX_TEXT = 200, CURRENT_VERSION = 6, PHONES = 3, ADDRESS_LINES = 4 }
 
 using Line = char[LINE_MAX_TEXT + 3];
 
-bool is_comment(const char *line) { return strchr(line, '!') != nullptr; }
+bool is_comment(const char *line) {
+    return strchr(line, '!') != nullptr;
+}
 
-std::string tab_field(const char *line, int n) { return i_getField("\t", line, n, false); }
+std::string tab_field(const char *line, int n) {
+    return i_getField("\t", line, n, false);
+}
 
 std::string upper(std::string text) {
     uc_string(text.data());
     return text;
 }
 
-bool is_absent(const char *text) { return !text || !*text; }
+bool is_absent(const char *text) {
+    return !text || !*text;
+}
 
 // Reads the next line of the file and drops its last character, the line
 // end of every line but possibly the last one of the file.
@@ -71,8 +77,8 @@ void read_account_line(customer *c, const char *line, int line_number, int versi
         cat = upper(type);
         c->cash = cat == "CASH";
     } else {
-        printf("? Bad format account type \"%s\" for \"%s %s\" on line %d.\n", line,
-               c->firstname, c->lastname, line_number);
+        printf("? Bad format account type \"%s\" for \"%s %s\" on line %d.\n", line, c->firstname,
+               c->lastname, line_number);
         cat = upper(line);
     }
     c->category = fc_category(cat.c_str());
@@ -85,6 +91,15 @@ void read_account_line(customer *c, const char *line, int line_number, int versi
         if (ok)
             c->transitionDate = static_cast<int32_t>(when);
     }
+}
+
+// One search instead of a look-up followed by a creation: whether the
+// customer was there already shows in the size of the index.
+customer *find_or_add(const std::string &lastname, const std::string &firstname, bool &existed) {
+    size_t before = db.cust_index.size();
+    customer *c = fc_cust(lastname.c_str(), firstname.c_str(), true);
+    existed = db.cust_index.size() == before;
+    return c;
 }
 
 void store_phone(customer *c, int &next_phone, const char *phone) {
@@ -117,12 +132,11 @@ customer *read_old_first_line(const char *line, int line_number, int &next_phone
     lastname = upper(lastname);
     firstname = upper(firstname);
 
-    customer *c = fc_cust(lastname.c_str(), firstname.c_str(), false);
-    if (c) {
+    bool existed;
+    customer *c = find_or_add(lastname, firstname, existed);
+    if (existed) {
         printf("? Customer \"%s %s\" already exists.\n", firstname.c_str(), lastname.c_str());
         printf("    Customer data will be updated from input file line:\n");
-    } else {
-        c = fc_cust(lastname.c_str(), firstname.c_str(), true);
     }
 
     char status[LINE_MAX_TEXT + 1] = "", phone[LINE_MAX_TEXT + 1] = "";
@@ -157,21 +171,19 @@ customer *read_old_first_line(const char *line, int line_number, int &next_phone
         }
     }
     if (status[0] && status[1]) {
-        const char *category;
-        switch (status[1]) {
-        case 'A': category = "ASSOCIATE"; break;
-        case 'B': category = "BULK"; break;
-        case 'C': category = "CASH"; break;
-        case 'F': category = "FULL"; break;
-        case 'I': category = "INACTIVE"; break;
-        case 'N':
-        case 'X': category = "DEFAULT"; break;
-        case 'O': category = "OTHER"; break;
-        case 'P': category = "PREPAID"; break;
-        default:
+        static const struct {
+            char code;
+            const char *name;
+        } categories[] = {{'A', "ASSOCIATE"}, {'B', "BULK"},     {'C', "CASH"},
+                          {'F', "FULL"},      {'I', "INACTIVE"}, {'N', "DEFAULT"},
+                          {'X', "DEFAULT"},   {'O', "OTHER"},    {'P', "PREPAID"}};
+        const char *category = nullptr;
+        for (const auto &entry : categories)
+            if (entry.code == status[1])
+                category = entry.name;
+        if (!category) {
             printf("? Unrecognized customer category \"%c\"\n", status[1]);
             category = "DEFAULT";
-            break;
         }
         c->category = fc_category(category);
     }
@@ -413,12 +425,11 @@ void do_r_cust() {
             lastname.clear();
         }
 
-        customer *c = fc_cust(lastname.c_str(), firstname.c_str(), false);
-        if (c) {
+        bool existed;
+        customer *c = find_or_add(lastname, firstname, existed);
+        if (existed) {
             printf("? Customer \"%s %s\" already exists.\n", firstname.c_str(), lastname.c_str());
             printf("    Customer data will be updated from input file.\n");
-        } else {
-            c = fc_cust(lastname.c_str(), firstname.c_str(), true);
         }
         line_number = read_member(c, file, line_number, version);
     }

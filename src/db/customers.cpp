@@ -7,6 +7,7 @@
 
 #include <cctype>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include "db/db.h"
@@ -53,7 +54,9 @@ customer *new_customer(const char *lastname, const char *firstname) {
     return c;
 }
 
-bool is_white(char ch) { return isspace(static_cast<unsigned char>(ch)) != 0; }
+bool is_white(char ch) {
+    return isspace(static_cast<unsigned char>(ch)) != 0;
+}
 
 } // namespace
 
@@ -247,6 +250,12 @@ char *get_name(const char *prompt, const char *def, bool allow_blank) {
 
 char *get_account(const char *prompt, const char *def, bool allow_add, customer **customer_out,
                   int *how_out) {
+    customer *ignored_customer;
+    int ignored_how;
+    if (!customer_out)
+        customer_out = &ignored_customer;
+    if (!how_out)
+        how_out = &ignored_how;
     for (;;) {
         char *line = getuser(prompt, def, true);
         if (strcmp(line, "~") == 0) {

@@ -12,7 +12,9 @@ namespace {
 enum { LINE_MAX_TEXT = 200 };
 
 // One line of at most LINE_MAX_TEXT characters plus its line end.
-bool read_line(FILE *file, char *buffer, int size) { return fgets(buffer, size, file) != nullptr; }
+bool read_line(FILE *file, char *buffer, int size) {
+    return fgets(buffer, size, file) != nullptr;
+}
 
 void strip_line_end(char *line) {
     size_t n = strlen(line);
@@ -20,9 +22,13 @@ void strip_line_end(char *line) {
         line[n - 1] = '\0';
 }
 
-bool is_comment(const char *line) { return strchr(line, '!') != nullptr; }
+bool is_comment(const char *line) {
+    return strchr(line, '!') != nullptr;
+}
 
-std::string tab_field(const char *line, int n) { return i_getField("\t", line, n, false); }
+std::string tab_field(const char *line, int n) {
+    return i_getField("\t", line, n, false);
+}
 
 std::string upper(std::string text) {
     uc_string(text.data());
@@ -152,8 +158,8 @@ void do_r_balances() {
                    firstname.c_str(), (long)c->balance);
             printf("\tadding new balance of %ld on line %d\n", amount, line_number);
         }
-        c->balance = static_cast<int32_t>(static_cast<int64_t>(c->balance) +
-                                          static_cast<int32_t>(amount));
+        c->balance =
+            static_cast<int32_t>(static_cast<int64_t>(c->balance) + static_cast<int32_t>(amount));
     }
     fclose(file);
     db.balances_read = 1;

@@ -3,10 +3,18 @@
 #include "conio/iosubs.h"
 #include "maint/maint.h"
 
-void do_add() { notyet("ADD"); }
+void do_add() {
+    notyet("ADD");
+}
 
-void do_change() { notyet("CHANGE"); }
+void do_change() {
+    notyet("CHANGE");
+}
 
-void do_remove() { notyet("REMOVE"); }
+void do_remove() {
+    notyet("REMOVE");
+}
 
-void modify_customer(customer *) { notyet("MODIFY-CUSTOMER"); }
+void modify_customer(customer *) {
+    notyet("MODIFY-CUSTOMER");
+}

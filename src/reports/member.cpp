@@ -39,7 +39,9 @@ __attribute__((format(printf, 1, 2))) void mbr_printf(const char *format, ...) {
     }
 }
 
-bool is_set(const char *text) { return text && *text; }
+bool is_set(const char *text) {
+    return text && *text;
+}
 
 } // namespace
 
@@ -56,10 +58,16 @@ void w_mbr_flags(const customer *c) {
 void w_mbr(const customer *c, bool full, FILE *file) {
     if (!file)
         return;
-    FILE *previous = set_o_file(file);
+    // Switching destinations restarts the page's line count, so stay put
+    // when the summary goes to the current output anyway.
+    FILE *previous = get_o_file();
+    bool switched = previous != file;
+    if (switched)
+        set_o_file(file);
     if (!c) {
         mbr_printf("No customer.\n");
-        set_o_file(previous);
+        if (switched)
+            set_o_file(previous);
         return;
     }
 
@@ -97,5 +105,6 @@ void w_mbr(const customer *c, bool full, FILE *file) {
         }
         mbr_printf("\n");
     }
-    set_o_file(previous);
+    if (switched)
+        set_o_file(previous);
 }

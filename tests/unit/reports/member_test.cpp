@@ -42,16 +42,12 @@ TEST_F(MemberTest, ShortFormGoesToTheGivenFileOnly) {
     fc_customer_flag(c, "BOARD", true);
     replace_str(&c->info, "not shown in the short form");
 
+    c->cash = 1;
     start_capture();
     std::string text = summary(c, false);
     EXPECT_EQ(end_capture(), "");
-    EXPECT_EQ(text, "SMITH, ANN\t\tFULL\tCredit\n    Flags: BOARD  PILOT\n");
+    EXPECT_EQ(text, "SMITH, ANN\t\tFULL\tCash\n    Flags: BOARD  PILOT\n");
     EXPECT_EQ(get_o_file(), stdout);
-
-    c->cash = 1;
-    free_namelist(c->flags, false);
-    c->flags = nullptr;
-    EXPECT_EQ(summary(c, false), "SMITH, ANN\t\tFULL\tCash\n    Flags: \n");
 }
 
 TEST_F(MemberTest, FullForm) {
@@ -93,23 +89,17 @@ TEST_F(MemberTest, FullForm) {
     EXPECT_NE(text.find("    Local:  555-3333\n    No Address\n\n"), std::string::npos);
 }
 
-TEST_F(MemberTest, NoCustomerAndNoFile) {
+TEST_F(MemberTest, NoCustomerNoFileAndFlagsAlone) {
     EXPECT_EQ(summary(nullptr, true), "No customer.\n");
-    start_capture();
-    w_mbr(fc_cust("X", "Y", true), true, nullptr);
-    EXPECT_EQ(end_capture(), "");
-    EXPECT_EQ(get_o_file(), stdout);
-}
-
-TEST_F(MemberTest, FlagsThroughTheCurrentOutput) {
     customer *c = fc_cust("X", "Y", true);
-    fc_customer_flag(c, "B", true);
-    fc_customer_flag(c, "A", true);
-    fc_customer_flag(c, "C", true);
+    for (const char *flag : {"B", "A", "C"})
+        fc_customer_flag(c, flag, true);
     start_capture();
-    w_mbr_flags(c);
+    w_mbr(c, true, nullptr);
+    w_mbr_flags(c); // to the current output, line left open
     o_newline(0);
     EXPECT_EQ(end_capture(), "A  B  C\n");
+    EXPECT_EQ(get_o_file(), stdout);
 }
 
 } // namespace
