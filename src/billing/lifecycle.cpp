@@ -169,7 +169,13 @@ void do_read() {
     static const char *const choices[] = {"ABBREVIATIONS", "ALL",       "BALANCES",     "FLIGHTS",
                                           "GAS-CHARGES",   "CUSTOMERS", "MISC-CHARGES", "PAYMENTS",
                                           "PRICES",        nullptr};
-    switch (get_list("Choose what to read", "PRICES", choices, true)) {
+    int choice = get_list("Choose what to read", "PRICES", choices, true);
+    // The balances and the histories name customers: read without the
+    // customer list, every name would become a new account or go to CASH,
+    // and the customer file would then never be read.
+    if (choice == 2 || choice == 3 || choice == 4 || choice == 6 || choice == 7)
+        maybe_read();
+    switch (choice) {
     case 0:
         do_r_abbrev();
         break;

@@ -2,12 +2,16 @@
 // history, the loaders that keep them in memory, loading the master files
 // on demand, saving them, and rewriting the three history files after
 // transactions were removed.
+#include <cctype>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <unordered_set>
+#include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "billing/billing.h"
 #include "conio/iosubs.h"
@@ -57,23 +61,32 @@ bool next_line(FILE *file, char *line, int size, int &line_number) {
     return false;
 }
 
-// Consecutive records nearly always share a date; remembering the last
-// conversion spares the calendar arithmetic on every line.
-struct DateCache {
-    char text[LINE_MAX_TEXT + 1] = "";
-    long value = 0;
-    bool ok = false;
-    bool valid = false;
-
-    long convert(const char *field, bool &is_ok) {
-        if (!valid || strcmp(field, text) != 0) {
-            snprintf(text, sizeof text, "%s", field);
-            value = i_convertDateToTime(field, &ok);
-            valid = true;
+// A period file holds only a few dozen distinct dates; remembering their
+// conversions spares the calendar arithmetic (and the time zone lookup)
+// on every line.
+class DateCache {
+  public:
+    long convert(const char *field, bool &ok) {
+        auto found = known_.find(field);
+        if (found != known_.end()) {
+            ok = found->second.ok;
+            return found->second.value;
         }
-        is_ok = ok;
-        return value;
+        Converted c;
+        c.value = i_convertDateToTime(field, &c.ok);
+        if (known_.size() >= 4096)
+            known_.clear();
+        known_.emplace(field, c);
+        ok = c.ok;
+        return c.value;
     }
+
+  private:
+    struct Converted {
+        long value = 0;
+        bool ok = false;
+    };
+    std::unordered_map<std::string, Converted> known_;
 };
 
 int32_t read_date(DateCache &cache, const char *field, int line_number) {
@@ -84,15 +97,28 @@ int32_t read_date(DateCache &cache, const char *field, int line_number) {
     return (int32_t)value;
 }
 
+// The scanf conversions of the file formats, done with strtol and strtof:
+// they run on nearly every field of every line.
+bool scan_long(const char *text, long &value, const char **end = nullptr) {
+    char *stop = nullptr;
+    long v = strtol(text, &stop, 10);
+    if (stop == text)
+        return false;
+    value = v;
+    if (end != nullptr)
+        *end = stop;
+    return true;
+}
+
 int read_int(const char *field, bool &ok) {
-    int value = 0;
-    ok = sscanf(field, " %d", &value) == 1;
-    return ok ? value : -1;
+    long value = 0;
+    ok = scan_long(field, value);
+    return ok ? (int)value : -1;
 }
 
 int32_t receipt_number(const char *account) {
     long number = 0;
-    if (account[0] != '#' || sscanf(account + 1, " %ld", &number) != 1)
+    if (account[0] != '#' || !scan_long(account + 1, number))
         return 0;
     return (int32_t)number;
 }
@@ -109,34 +135,118 @@ customer *account_or_cash(const char *account, int line_number) {
 }
 
 // The flights already held, by customer, date and number, for the
-// duplicate warning.
-struct FlightKey {
-    const customer *c;
-    int32_t date;
-    int number;
-    bool operator==(const FlightKey &o) const {
-        return c == o.c && date == o.date && number == o.number;
+// duplicate warning: an open-addressing table, so that a club with a million
+// flights costs one probe per flight and no allocation per flight.
+class FlightKeySet {
+  public:
+    FlightKeySet() : slots_(64) {}
+
+    // True when the key was not there yet.
+    bool insert(const customer *c, int32_t date, int number) {
+        if ((used_ + 1) * 2 > slots_.size())
+            grow();
+        Slot &slot = find(slots_, c, date, number);
+        if (slot.c != nullptr)
+            return false;
+        slot = Slot{c, date, number};
+        used_++;
+        return true;
     }
-};
-struct FlightKeyHash {
-    size_t operator()(const FlightKey &k) const {
-        size_t h = std::hash<const void *>()(k.c);
-        h ^= std::hash<int64_t>()(((int64_t)k.date << 20) ^ (int64_t)(uint32_t)k.number) +
-             0x9e3779b97f4a7c15ULL + (h << 6) + (h >> 2);
-        return h;
+
+  private:
+    struct Slot {
+        const customer *c = nullptr; // null marks a free slot
+        int32_t date = 0;
+        int number = 0;
+    };
+
+    static uint64_t mix(uint64_t x) {
+        x ^= x >> 30;
+        x *= 0xbf58476d1ce4e5b9ULL;
+        x ^= x >> 27;
+        x *= 0x94d049bb133111ebULL;
+        return x ^ (x >> 31);
     }
+
+    static Slot &find(std::vector<Slot> &slots, const customer *c, int32_t date, int number) {
+        uint64_t key =
+            mix((uint64_t)(uintptr_t)c) ^ mix(((uint64_t)(uint32_t)date << 32) | (uint32_t)number);
+        size_t mask = slots.size() - 1;
+        for (size_t i = (size_t)key & mask;; i = (i + 1) & mask) {
+            Slot &slot = slots[i];
+            if (slot.c == nullptr || (slot.c == c && slot.date == date && slot.number == number))
+                return slot;
+        }
+    }
+
+    void grow() {
+        std::vector<Slot> bigger(slots_.size() * 2);
+        for (const Slot &slot : slots_)
+            if (slot.c != nullptr)
+                find(bigger, slot.c, slot.date, slot.number) = slot;
+        slots_.swap(bigger);
+    }
+
+    std::vector<Slot> slots_;
+    size_t used_ = 0;
 };
 
+// Day sheets are entered day by day, so one table per date keeps the table
+// being filled small enough to stay in the processor's cache.
+class FlightKeyIndex {
+  public:
+    // True when no flight of that customer, date and number was seen yet.
+    bool insert(const customer *c, int32_t date, int number) {
+        if (current_ == nullptr || date != current_date_) {
+            current_ = &by_date_[date];
+            current_date_ = date;
+        }
+        return current_->insert(c, date, number);
+    }
+
+  private:
+    std::unordered_map<int32_t, FlightKeySet> by_date_;
+    FlightKeySet *current_ = nullptr;
+    int32_t current_date_ = 0;
+};
+
+// Whole gallons, then optionally "." and one digit of tenths: the number
+// of values found, as "%d.%1d" would count them.
+int scan_gallons(const char *field, int &whole, int &tenth) {
+    long w = 0;
+    const char *rest = nullptr;
+    if (!scan_long(field, w, &rest))
+        return 0;
+    whole = (int)w;
+    if (*rest != '.')
+        return 1;
+    rest++;
+    while (isspace((unsigned char)*rest))
+        rest++;
+    if (!isdigit((unsigned char)*rest))
+        return 1;
+    tenth = *rest - '0';
+    return 2;
+}
+
+bool is_directive(const char *line) {
+    while (isspace((unsigned char)*line))
+        line++;
+    return *line == '$';
+}
+
 float read_float(const char *field, bool &ok) {
-    float value = 0;
-    ok = sscanf(field, " %f", &value) == 1 && std::isfinite(value);
-    return value;
+    char *stop = nullptr;
+    float value = strtof(field, &stop);
+    ok = stop != field && std::isfinite(value);
+    return ok ? value : 0;
 }
 
 bool read_clock(const char *field, int32_t &minutes) {
     long hours = 0;
     long mins = 0;
-    if (sscanf(field, "%ld:%ld", &hours, &mins) != 2)
+    const char *colon = nullptr;
+    if (!scan_long(field, hours, &colon) || *colon != ':' || !scan_long(colon + 1, mins))
         return false;
     minutes = (int32_t)((int64_t)hours * 60 + mins);
     return true;
@@ -159,10 +269,10 @@ void readFlights(const char *file) {
 
     // Seed the duplicate test with what is already loaded (the companion
     // file, when it was read first).
-    std::unordered_set<FlightKey, FlightKeyHash> seen;
+    FlightKeyIndex seen;
     for (customer *c = db.cust_list; c != nullptr; c = c->next)
         for (flight *f = c->flights; f != nullptr; f = f->next)
-            seen.insert(FlightKey{c, f->date, f->number});
+            seen.insert(c, f->date, f->number);
 
     DateCache dates;
     int version = 1;
@@ -175,7 +285,7 @@ void readFlights(const char *file) {
         if (strchr(line, '!') != nullptr || is_blank(line))
             continue;
         int v = 0;
-        if (sscanf(line, " $VERSION %d", &v) == 1) {
+        if (is_directive(line) && sscanf(line, " $VERSION %d", &v) == 1) {
             version = v;
             if (v > 2) {
                 printf("? Expected version number %d found %d.\n", 2, v);
@@ -243,7 +353,7 @@ void readFlights(const char *file) {
             f->end = 0;
         }
 
-        if (!seen.insert(FlightKey{c, f->date, f->number}).second)
+        if (!seen.insert(c, f->date, f->number))
             printf("? Error %s %d: Suspicious duplicate flight on %s number %d for %s, %s\n", file,
                    line_number, i_convertTimeToString(f->date), f->number, c->lastname,
                    c->firstname);
@@ -284,7 +394,7 @@ GasLineStart read_gas_line_start(Fields &field, DateCache &dates, int line_numbe
 
 int32_t read_charge(const char *field, int line_number, const char *file) {
     long charge = 0;
-    if (sscanf(field, "%ld", &charge) != 1) {
+    if (!scan_long(field, charge)) {
         printf("? Unable to find charge on line %d in \"%s\"\n", line_number, file);
         return 0;
     }
@@ -313,7 +423,7 @@ void readGas(const char *file) {
         if (line[0] == '!' || is_blank(line))
             continue;
         int v = 0;
-        if (sscanf(line, " $VERSION %d", &v) == 1) {
+        if (is_directive(line) && sscanf(line, " $VERSION %d", &v) == 1) {
             version = v;
             if (v > 2) {
                 printf("? Expected version number %d found %d.\n", 2, v);
@@ -375,7 +485,7 @@ void readGas(const char *file) {
             g->grade = grade != nullptr ? grade->name : "GAS100";
             int whole = 0;
             int tenth = 0;
-            int got = sscanf(field[7], "%d.%1d", &whole, &tenth);
+            int got = scan_gallons(field[7], whole, tenth);
             if (got == 1) {
                 g->gallons = (int)(int32_t)((int64_t)whole * 10);
             } else if (got == 2) {
