@@ -32,6 +32,10 @@ customer *new_customer(const char *lastname, const char *firstname) {
     c->misc = nullptr;
     c->payments = nullptr;
     c->charges = nullptr;
+    c->flights_tail = nullptr;
+    c->gas_tail = nullptr;
+    c->misc_tail = nullptr;
+    c->payments_tail = nullptr;
     c->balance = 0;
     c->lastname = alloc_str(lastname);
     c->firstname = alloc_str(firstname);
@@ -65,6 +69,9 @@ customer *fc_cust(const char *lastname, const char *firstname, bool create) {
         lastname = "";
     if (!firstname)
         firstname = "";
+    auto exact = db.cust_exact.find(cust_exact_key(lastname, firstname));
+    if (exact != db.cust_exact.end())
+        return exact->second;
     std::pair<std::string, std::string> key(lastname, firstname);
     customer *prev = nullptr;
     auto hint = db.cust_index.end();
@@ -97,6 +104,7 @@ customer *fc_cust(const char *lastname, const char *firstname, bool create) {
     if (!c->next)
         db.last_cust = c;
     db.cust_index.emplace_hint(hint, std::move(key), c);
+    db.cust_exact.emplace(cust_exact_key(lastname, firstname), c);
     return c;
 }
 
@@ -105,6 +113,11 @@ customer *find_cust(const char *lastname, const char *firstname) {
         lastname = "";
     if (!firstname)
         firstname = "";
+    // An exact match wins wherever it stands, and no two prefix matches can
+    // sort before it, so it is the answer without a walk.
+    auto exact = db.cust_exact.find(cust_exact_key(lastname, firstname));
+    if (exact != db.cust_exact.end())
+        return exact->second;
     size_t last_len = strlen(lastname);
     size_t first_len = strlen(firstname);
 

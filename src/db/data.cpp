@@ -13,56 +13,29 @@ const char *const flight_types[] = {"OTHER",      "COMMERCIAL-RIDE", "INSTRUCTIO
                                     "ROPE-BREAK", "PATTERN-TOW",     nullptr};
 const char flight_type_id[] = "OCIRPU";
 
-// ---- Tail cache ----------------------------------------------------------------
+// ---- Tail pointers ---------------------------------------------------------------
 //
 // A customer may have thousands of transactions in one period, and the loaders
 // append them one by one. Walking to the end of the list for each append would
-// make loading quadratic, so the last node of each customer's lists is
-// remembered here. Every routine of this file that unlinks or frees a
-// transaction forgets the customer's entry, which is why transactions must only
-// be freed through the free family. A cached tail whose `next` has been set by
-// someone linking by hand is still usable: the walk simply resumes from it.
+// make loading quadratic, so the customer record remembers the last node of
+// each list. Every routine of this file that unlinks or frees a transaction
+// forgets it, which is why transactions must only be freed through the free
+// family, and appended only through add_*: the remembered tail is trusted.
 
 namespace {
 
-struct TailCache {
-    std::unordered_map<const customer *, flight *> flights;
-    std::unordered_map<const customer *, struct gas *> sales;
-    std::unordered_map<const customer *, struct misc *> miscs;
-    std::unordered_map<const customer *, payment *> payments;
-
-    void forget(const customer *c) {
-        flights.erase(c);
-        sales.erase(c);
-        miscs.erase(c);
-        payments.erase(c);
-    }
-    void clear() {
-        flights.clear();
-        sales.clear();
-        miscs.clear();
-        payments.clear();
-    }
-};
-
-TailCache tails;
-
-template <class T>
-void append_record(T *&head, T *rec, customer *c,
-                   std::unordered_map<const customer *, T *> &cache) {
-    if (head == nullptr) {
+template <class T> void append_record(T *&head, T *&tail, T *rec) {
+    if (head == nullptr)
         head = rec;
-        cache[c] = rec;
-        return;
+    else if (tail != nullptr)
+        tail->next = rec; // a store only: the old tail is usually far out of cache
+    else {
+        T *last = head;
+        while (last->next != nullptr)
+            last = last->next;
+        last->next = rec;
     }
-    T *last = head;
-    auto found = cache.find(c);
-    if (found != cache.end() && found->second != nullptr && found->second->customer == c)
-        last = found->second;
-    while (last->next != nullptr)
-        last = last->next;
-    last->next = rec;
-    cache[c] = rec;
+    tail = rec;
 }
 
 // Unlinks rec from its customer's list; the caller has checked rec->customer.
@@ -185,22 +158,22 @@ int translate_flight_type(const char *text) {
 
 void add_flight(flight *f, customer *c) {
     if (f != nullptr && c != nullptr)
-        append_record(c->flights, f, c, tails.flights);
+        append_record(c->flights, c->flights_tail, f);
 }
 
 void add_gas(gas *g, customer *c) {
     if (g != nullptr && c != nullptr)
-        append_record(c->gas, g, c, tails.sales);
+        append_record(c->gas, c->gas_tail, g);
 }
 
 void add_misc(misc *m, customer *c) {
     if (m != nullptr && c != nullptr)
-        append_record(c->misc, m, c, tails.miscs);
+        append_record(c->misc, c->misc_tail, m);
 }
 
 void add_payment(payment *p, customer *c) {
     if (p != nullptr && c != nullptr)
-        append_record(c->payments, p, c, tails.payments);
+        append_record(c->payments, c->payments_tail, p);
 }
 
 // ---- Flights ------------------------------------------------------------------------
@@ -223,7 +196,7 @@ void free_flight(flight *f) {
         printf("BUG, flight without related customer\n");
         return;
     }
-    tails.flights.erase(c);
+    c->flights_tail = nullptr;
     if (!unlink_record(c->flights, f)) {
         printf("?BUG, flight not found in list\n");
         return;
@@ -237,7 +210,7 @@ void free_customer_flights(customer *c) {
         return;
     flight *f = c->flights;
     c->flights = nullptr;
-    tails.flights.erase(c);
+    c->flights_tail = nullptr;
     while (f != nullptr) {
         flight *next = f->next;
         free_flight_contents(f);
@@ -251,7 +224,6 @@ void free_flights() {
         return;
     for (customer *c = db.cust_list; c != nullptr; c = c->next)
         free_customer_flights(c);
-    tails.flights.clear();
     db.flights_read = 0;
 }
 
@@ -272,7 +244,7 @@ void free_gas_charge(gas *g) {
         printf("BUG, gas charge without related customer\n");
         return;
     }
-    tails.sales.erase(c);
+    c->gas_tail = nullptr;
     if (!unlink_record(c->gas, g)) {
         printf("?BUG, gas charge not found in list\n");
         return;
@@ -286,7 +258,7 @@ void free_customer_gas(customer *c) {
         return;
     gas *g = c->gas;
     c->gas = nullptr;
-    tails.sales.erase(c);
+    c->gas_tail = nullptr;
     while (g != nullptr) {
         gas *next = g->next;
         free_gas_contents(g);
@@ -309,7 +281,7 @@ void free_misc_charge(misc *m) {
         printf("BUG, misc charge without related customer\n");
         return;
     }
-    tails.miscs.erase(c);
+    c->misc_tail = nullptr;
     if (!unlink_record(c->misc, m)) {
         printf("?BUG, misc charge not found in list\n");
         return;
@@ -323,7 +295,7 @@ void free_customer_misc(customer *c) {
         return;
     misc *m = c->misc;
     c->misc = nullptr;
-    tails.miscs.erase(c);
+    c->misc_tail = nullptr;
     while (m != nullptr) {
         misc *next = m->next;
         free_misc_contents(m);
@@ -340,8 +312,6 @@ void free_gas() {
         free_customer_gas(c);
         free_customer_misc(c);
     }
-    tails.sales.clear();
-    tails.miscs.clear();
     db.gas_read = 0;
 }
 
@@ -361,7 +331,7 @@ void free_payment(payment *p) {
         printf("? BUG, payment without related customer\n");
         return;
     }
-    tails.payments.erase(c);
+    c->payments_tail = nullptr;
     if (!unlink_record(c->payments, p)) {
         printf("?BUG, payment not found in list\n");
         return;
@@ -375,7 +345,7 @@ void free_customer_payments(customer *c) {
         return;
     payment *p = c->payments;
     c->payments = nullptr;
-    tails.payments.erase(c);
+    c->payments_tail = nullptr;
     while (p != nullptr) {
         payment *next = p->next;
         free_payment_contents(p);
@@ -389,7 +359,6 @@ void free_all_payments() {
         return;
     for (customer *c = db.cust_list; c != nullptr; c = c->next)
         free_customer_payments(c);
-    tails.payments.clear();
     db.payments_read = 0;
 }
 
@@ -425,12 +394,14 @@ void free_customer(customer *c) {
     free_customer_misc(c);
     free_customer_payments(c);
     free_customer_charges(c);
-    tails.forget(c);
 
     if (c->lastname != nullptr && c->firstname != nullptr) {
         auto found = db.cust_index.find({c->lastname, c->firstname});
         if (found != db.cust_index.end() && found->second == c)
             db.cust_index.erase(found);
+        auto exact = db.cust_exact.find(cust_exact_key(c->lastname, c->firstname));
+        if (exact != db.cust_exact.end() && exact->second == c)
+            db.cust_exact.erase(exact);
     }
 
     errfree(c->lastname);
@@ -451,12 +422,12 @@ void free_mcustomers() {
     customer *c = db.cust_list;
     db.cust_list = nullptr;
     db.cust_index.clear();
+    db.cust_exact.clear();
     while (c != nullptr) {
         customer *next = c->next;
         free_customer(c);
         c = next;
     }
-    tails.clear();
     db.last_cust = nullptr;
     db.cust_changed = 0;
 }
@@ -577,6 +548,5 @@ void db_reset() {
     for (char **slot : owned)
         *slot = free_str(*slot);
 
-    tails.clear();
     db = DbState{};
 }

@@ -47,6 +47,12 @@ struct customer {
     char *phone[3];
     char *eMail;
     char *addr[4];
+    // The last node of each transaction list, so that appending does not
+    // walk a list of thousands. Only add_* and the free family touch them.
+    struct flight *flights_tail;
+    struct gas *gas_tail;
+    struct misc *misc_tail;
+    struct payment *payments_tail;
 };
 
 struct flight {
@@ -74,7 +80,7 @@ struct gas {
     int line;
     struct customer *customer;
     int32_t invoice;
-    int32_t charge; // cents
+    int32_t charge;    // cents
     const char *grade; // shared: a gas_grades name or the literal "GAS100"
     int gallons;       // tenths of a gallon
     char *plane;
@@ -170,8 +176,8 @@ struct charges {
 
 enum { TUG_TABLE_SIZE = 16, FLAG_TEXT_SIZE = 201, FAST_KEYS = 9 };
 
-extern const char *const flight_types[];   // OTHER ... PATTERN-TOW, then null
-extern const char flight_type_id[];        // "OCIRPU"
+extern const char *const flight_types[]; // OTHER ... PATTERN-TOW, then null
+extern const char flight_type_id[];      // "OCIRPU"
 
 // Everything the database holds, in one place so that start-up, RESET and
 // the tests can drop it with one call.
@@ -236,10 +242,20 @@ struct DbState {
     // an abbreviation by name never walks a whole list. std::string orders
     // bytes as unsigned chars, the same order strcmp gives the lists.
     std::map<std::pair<std::string, std::string>, customer *> cust_index;
+    // Exact names (cust_exact_key) to customers: one hash per account line
+    // read, where the ordered index would cost a string compare per level.
+    std::unordered_map<std::string, customer *> cust_exact;
     std::map<std::string, price *> price_index;
     std::map<std::string, abbrev *> abbrev_index;
 };
 extern DbState db;
+
+inline std::string cust_exact_key(const char *lastname, const char *firstname) {
+    std::string key(lastname);
+    key += '\0';
+    key += firstname;
+    return key;
+}
 
 // Drops every list and setting and returns the database to its start-up
 // state, file names included. Used by tests; start-up has its own order.
