@@ -6,25 +6,17 @@
 #include <string>
 
 #include "db/db.h"
+#include "db/file_lines.h"
 
 namespace {
+
+using dbfile::is_comment;
+using dbfile::tab_field;
+using dbfile::upper;
 
 enum { LINE_MAX_TEXT = 200, CURRENT_VERSION = 6, PHONES = 3, ADDRESS_LINES = 4 };
 
 using Line = char[LINE_MAX_TEXT + 3];
-
-bool is_comment(const char *line) {
-    return strchr(line, '!') != nullptr;
-}
-
-std::string tab_field(const char *line, int n) {
-    return i_getField("\t", line, n, false);
-}
-
-std::string upper(std::string text) {
-    uc_string(text.data());
-    return text;
-}
 
 bool is_absent(const char *text) {
     return !text || !*text;

@@ -6,8 +6,13 @@
 #include <string>
 
 #include "db/db.h"
+#include "db/file_lines.h"
 
 namespace {
+
+using dbfile::is_comment;
+using dbfile::tab_field;
+using dbfile::upper;
 
 enum { LINE_MAX_TEXT = 200 };
 
@@ -20,19 +25,6 @@ void strip_line_end(char *line) {
     size_t n = strlen(line);
     if (n > 0 && line[n - 1] == '\n')
         line[n - 1] = '\0';
-}
-
-bool is_comment(const char *line) {
-    return strchr(line, '!') != nullptr;
-}
-
-std::string tab_field(const char *line, int n) {
-    return i_getField("\t", line, n, false);
-}
-
-std::string upper(std::string text) {
-    uc_string(text.data());
-    return text;
 }
 
 // Customers named in a data file are never lost: an unknown name becomes
