@@ -1,22 +1,23 @@
-// The SMTP dialogue against a scripted peer on loopback: every byte the
-// client writes and every diagnostic it prints.
+// The SMTP dialogue on loopback: against a scripted peer, every byte the
+// client writes and every diagnostic it prints; against a real server
+// (aiosmtpd), which of the client's lines it accepts and which it refuses.
+// Every wait is bounded, so a client that blocks fails a test instead of
+// hanging it.
 #include "mail/smtp.h"
 #include "mail/smtp_internal.h"
-#include "peer.h"
+#include "testutil.h"
 
-#include <gtest/gtest.h>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
 
-#include <cerrno>
-#include <cstring>
-#include <ctime>
-#include <netdb.h>
-#include <sys/resource.h>
-
-using mailtest::ScriptedPeer;
-using mailtest::StdoutCapture;
-using mailtest::Step;
+#include <chrono>
+#include <thread>
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 const char *const TO = "member@example.org";
 const char *const FROM = "club@example.org";
@@ -32,14 +33,17 @@ const std::string HEADER_REST = "FROM: \"VARNOK\"<club@example.org>\r\n"
                                 "Content-type: text/plain; charset=US-ASCII\r\n"
                                 "\r\n";
 
+// English names, UTC, the 24-hour clock and an AM/PM marker all the same.
 std::string date_line(time_t when) {
-    char date[100], timeText[100];
-    smtp_format_date(when, date, sizeof date, timeText, sizeof timeText);
-    return std::string("DATE: ") + date + " " + timeText + "\r\n";
+    struct tm utc;
+    gmtime_r(&when, &utc);
+    char text[100];
+    strftime(text, sizeof text, "DATE: %a, %d %b %Y %H:%M:%S", &utc);
+    return text + std::string(utc.tm_hour < 12 ? " AM\r\n" : " PM\r\n");
 }
 
-// The DATE line must show a moment of the call in UTC; it is then replaced
-// by "DATE: *" so that the rest can be compared byte for byte.
+// The DATE line must show a moment of the call; it is then replaced by
+// "DATE: *" so that the rest can be compared byte for byte.
 std::string mask_date(std::string wire, time_t before, time_t after) {
     size_t at = wire.find("DATE: ");
     if (at == std::string::npos)
@@ -58,6 +62,26 @@ std::string whole_dialogue(const std::string &convertedBody) {
            "\r\n.\r\nQUIT\r\n";
 }
 
+sockaddr_in loopback(unsigned short port) {
+    sockaddr_in sa{};
+    sa.sin_family = AF_INET;
+    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sa.sin_port = htons(port);
+    return sa;
+}
+
+bool wait_readable(int fd, Clock::time_point deadline) {
+    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    pollfd p{fd, POLLIN, 0};
+    return left.count() > 0 && poll(&p, 1, static_cast<int>(left.count())) > 0;
+}
+
+// Once `after` has arrived (searched past the previous step's match), the
+// peer writes `reply` in one send.
+struct Step {
+    std::string after, reply;
+};
+
 // Replies keyed to the client's commands; bodyEnd marks the end of the data.
 std::vector<Step> script(const char *greeting, const char *afterMail, const char *afterRcpt,
                          const char *afterData, const char *afterEnd, const char *afterQuit,
@@ -68,38 +92,86 @@ std::vector<Step> script(const char *greeting, const char *afterMail, const char
 
 struct Outcome {
     bool result;
-    std::string out;
-    std::string wire;
+    std::string out, wire;
 };
 
-Outcome run_sendmail(std::vector<Step> steps, const char *body, bool reset = false) {
-    ScriptedPeer peer(std::move(steps), reset);
-    std::string server = peer.server();
+// Runs sendmail against a peer that plays the steps and records every byte
+// until the client closes or five seconds have passed.
+Outcome run_sendmail(const std::vector<Step> &steps, const char *body) {
+    int listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in sa = loopback(0);
+    socklen_t len = sizeof sa;
+    EXPECT_TRUE(bind(listener, reinterpret_cast<sockaddr *>(&sa), len) == 0 &&
+                listen(listener, 1) == 0 &&
+                getsockname(listener, reinterpret_cast<sockaddr *>(&sa), &len) == 0);
     Outcome o;
+    bool timedOut = false;
+    std::thread peer([&] {
+        auto deadline = Clock::now() + std::chrono::seconds(5);
+        int conn = wait_readable(listener, deadline) ? accept(listener, nullptr, nullptr) : -1;
+        size_t next = 0, matched = 0, at;
+        ssize_t n = 1;
+        while (conn >= 0 && n > 0) {
+            for (; next < steps.size() &&
+                   (at = o.wire.find(steps[next].after, matched)) != std::string::npos;
+                 next++) {
+                matched = at + steps[next].after.size();
+                send(conn, steps[next].reply.data(), steps[next].reply.size(), MSG_NOSIGNAL);
+            }
+            char buf[8192];
+            timedOut = !wait_readable(conn, deadline);
+            n = timedOut ? 0 : recv(conn, buf, sizeof buf, 0);
+            if (n > 0)
+                o.wire.append(buf, static_cast<size_t>(n));
+        }
+        if (conn >= 0)
+            close(conn);
+    });
+    std::string server = "127.0.0.1:" + std::to_string(ntohs(sa.sin_port));
     time_t before = time(nullptr);
-    {
-        StdoutCapture capture;
-        o.result = sendmail(TO, TO, "Your statement", body, "VARNOK", FROM, FROM, server.c_str());
-        o.out = capture.text();
-    }
+    start_capture();
+    o.result = sendmail(TO, TO, "Your statement", body, "VARNOK", FROM, FROM, server.c_str());
+    o.out = end_capture();
     time_t after = time(nullptr);
-    EXPECT_FALSE(peer.timedOut()) << "the client blocked";
-    o.wire = mask_date(peer.received(), before, after);
+    peer.join();
+    close(listener);
+    EXPECT_FALSE(timedOut) << "the client blocked";
+    o.wire = mask_date(o.wire, before, after);
     return o;
 }
 
 } // namespace
 
 TEST(SmtpDialogue, SendmailWritesTheWholeConversationWithRepliesOneStepLate) {
-    // A bare LF gets a CR, "m" LF keeps its bare LF, CR LF becomes CR CR LF,
-    // and the lone "." line is not stuffed.
+    // The peer greets only after HELO. A bare LF gets a CR, but "m" LF (not
+    // "M" LF) keeps its bare LF, CR LF becomes CR CR LF, and the lone "."
+    // line is not stuffed.
+    setenv("TZ", "America/Denver", 1); // the machine's zone plays no part
+    tzset();
     Outcome o = run_sendmail(script("220 relay ready\r\n", "250 relay hello\r\n",
                                     "250 sender ok\r\n", "250 recipient ok\r\n", "354 go ahead\r\n",
-                                    "250 queued\r\n221 bye\r\n", "after\r\n\r\n.\r\n"),
-                             "Dear member,\nsent from\nthe club\r\n.\nafter\n");
+                                    "250 queued\r\n221 bye\r\n", "from M\r\n\r\n.\r\n"),
+                             "Dear member,\nsent from\nthe club\r\n.\nfrom M\n");
+    unsetenv("TZ");
+    tzset();
     EXPECT_TRUE(o.result);
     EXPECT_EQ(o.out, "");
-    EXPECT_EQ(o.wire, whole_dialogue("Dear member,\r\nsent from\nthe club\r\r\n.\r\nafter\r\n"));
+    EXPECT_EQ(o.wire, whole_dialogue("Dear member,\r\nsent from\nthe club\r\r\n.\r\nfrom M\r\n"));
+}
+
+TEST(SmtpMessage, DateLineKeepsTheMarkerOnTheTwentyFourHourClock) {
+    const struct {
+        time_t when;
+        const char *date, *time;
+    } cases[] = {{1118145600 - 1, "Tue, 07 Jun 2005", "11:59:59 AM"},
+                 {1118145600, "Tue, 07 Jun 2005", "12:00:00 PM"},
+                 {1135987199, "Fri, 30 Dec 2005", "23:59:59 PM"},
+                 {951782400 + 3723, "Tue, 29 Feb 2000", "01:02:03 AM"}};
+    for (const auto &c : cases) {
+        char date[100], timeText[100];
+        smtp_format_date(c.when, date, sizeof date, timeText, sizeof timeText);
+        EXPECT_EQ(std::string(date) + " " + timeText, std::string(c.date) + " " + c.time);
+    }
 }
 
 TEST(SmtpDialogue, EachCheckReportsButTheDialogueRunsToTheEnd) {
@@ -128,201 +200,56 @@ TEST(SmtpDialogue, SplitAndMergedRepliesAreJudgedOnTheAccumulatedText) {
     EXPECT_EQ(refused.out, "SMTP problem, at send got: 550 no\r\n250 late\r\n354 go\r\n\r\n\r\n");
 }
 
-TEST(SmtpDialogue, AFullReplyBufferStopsFillingAndLeavesTheRestUnread) {
-    // 4000 + 200 bytes exceed the 4096-byte buffer: DATA and the end of data
-    // read nothing, and QUIT's read finds the 104 bytes left over.
-    std::string big = "250" + std::string(3997, 'x');
-    Outcome o = run_sendmail(
-        script("220 hi\r\n", big.c_str(), std::string(200, 'y').c_str(), "", "", ""), "x\n");
-    EXPECT_FALSE(o.result);
-    EXPECT_EQ(o.out, "SMTP problem at disconnect, got: " + std::string(104, 'y') + "\r\n\r\n");
-    EXPECT_EQ(o.wire, whole_dialogue("x\r\n"));
-}
+TEST(SmtpRealServer, AiosmtpdRefusesTheRecipientLineAndWithItTheMessage) {
+    char dir[] = "/tmp/varnok-mail-XXXXXX";
+    ASSERT_NE(mkdtemp(dir), nullptr);
+    std::string command =
+        std::string("/usr/bin/python3 " VARNOK_SOURCE_DIR "/tests/unit/mail/aiosmtpd_server.py ") +
+        dir + " 2 20";
+    FILE *server = popen(command.c_str(), "r");
+    unsigned port = 0;
+    ASSERT_TRUE(server != nullptr && fscanf(server, "PORT %u", &port) == 1)
+        << "aiosmtpd did not start (scripts/setup-deps installs it)";
 
-TEST(SmtpDialogue, AConnectionResetIsReportedWithoutKillingTheProgram) {
-    // The peer resets the connection once HELO is in; the later writes fail
-    // with EPIPE, and the destructor tries QUIT once more.
-    Outcome o = run_sendmail({{HELO, ""}}, "x\n", true);
-    EXPECT_FALSE(o.result);
-    char expected[300];
-    snprintf(expected, sizeof expected,
-             "SMTP warning, at connect got: \r\n\r\n"
-             "Socket send error: %d\r\n"
-             "SMTP socket send error: %d\r\n"
-             "SMTP socket send error: %d\r\n",
-             EPIPE, EPIPE, EPIPE);
-    EXPECT_EQ(o.out, expected);
-    EXPECT_EQ(o.wire, HELO);
-}
-
-TEST(SmtpDialogue, RecipientListsAndOptionalHeaderLines) {
-    ScriptedPeer peer({{HELO, "220 hi\r\n"},
-                       {"MAIL", "250 hello\r\n"},
-                       {"RCPT", "250 a\r\n"},
-                       {"RCPT", "250 b\r\n"},
-                       {"RCPT", "250 c\r\n"},
-                       {"RCPT", "250 d\r\n"},
-                       {"DATA\r\n", "250 e\r\n"},
-                       {"\r\n.\r\n", "354 f\r\n"},
-                       {"QUIT\r\n", "250 queued\r\n"}});
-    std::string server = peer.server();
-    std::string out;
-    time_t before = time(nullptr);
-    {
-        StdoutCapture capture;
-        Smtp m;
-        EXPECT_TRUE(m.AddRecipient("a@x.org", "Ann"));
-        EXPECT_TRUE(m.AddRecipient("b@x.org", "b@x.org"));
-        EXPECT_FALSE(m.AddRecipient("", "nobody"));
-        EXPECT_TRUE(m.AddCCRecipient("c@x.org", "Cy"));
-        EXPECT_TRUE(m.AddBCCRecipient("d@x.org", "Di"));
-        EXPECT_EQ(m.GetRecipientCount(), 2u);
-        m.SetXMailer("VARNOK");
-        m.SetSenderEmail("club@x.org");
-        m.SetMessageBody("hi\n");
-        EXPECT_TRUE(m.ConnectServer(server.c_str(), 0));
-        ASSERT_NE(m.GetLocalHostIp(), nullptr);
-        EXPECT_STREQ(m.GetLocalHostIp(), "127.0.0.1");
-        EXPECT_TRUE(m.Send());
-        EXPECT_TRUE(m.Disconnect());
-        EXPECT_EQ(m.GetSocket(), 0);
-        out = capture.text();
-    }
-    EXPECT_EQ(out, "");
-    EXPECT_EQ(mask_date(peer.received(), before, time(nullptr)),
-              HELO + "MAIL FROM: <club@x.org>\r\n"
-                     "RCPT TO: <Ann<a@x.org>\r\nRCPT TO: <b@x.org<b@x.org>\r\n"
-                     "RCPT TO: <Cy<c@x.org>\r\nRCPT TO: <Di<d@x.org>\r\n"
-                     "DATA\r\n"
-                     "DATE: *\r\n"
-                     "To: Ann<a@x.org>,b@x.org<b@x.org>\r\n"
-                     "Cc: Cy<c@x.org>\r\n"
-                     "X-Mailer: VARNOK\r\n"
-                     "MIME-Version: 1.0\r\n"
-                     "Content-type: text/plain; charset=US-ASCII\r\n"
-                     "\r\n"
-                     "hi\r\n\r\n.\r\nQUIT\r\n");
-}
-
-TEST(SmtpDialogue, SendRefusesWithoutSenderOrRecipientAndWritesNothing) {
-    ScriptedPeer peer({{"HELO localhost\r\n", "220 hi\r\n"}, {"QUIT\r\n", "250 bye\r\n"}});
-    std::string out;
-    {
-        StdoutCapture capture;
-        Smtp m;
-        // A name without a colon, with the port given by the caller.
-        EXPECT_TRUE(m.ConnectServer("localhost", htons(peer.port())));
-        EXPECT_TRUE(m.GetConnectStatus());
-        EXPECT_FALSE(m.Send());
-        m.SetSenderEmail("club@x.org");
-        EXPECT_FALSE(m.Send());
-        EXPECT_TRUE(m.Disconnect());
-        EXPECT_FALSE(m.Disconnect());
-        out = capture.text();
-    }
-    EXPECT_EQ(out, "Please specifiy a sender email address\r\n"
-                   "Please add a message recipient!\r\n"
-                   "Failed to format message header\r\n"
-                   "Not connected to server!\r\n");
-    EXPECT_EQ(peer.received(), "HELO localhost\r\nQUIT\r\n");
-}
-
-TEST(SmtpDialogue, NoServerListeningGivesInvalidSocketOnly) {
-    unsigned short port;
-    close(mailtest::listen_loopback(port)); // nothing listens there now
-    std::string server = "127.0.0.1:" + std::to_string(port);
-    std::string out;
-    bool result;
-    {
-        StdoutCapture capture;
-        result = sendmail(TO, TO, "s", "b", "VARNOK", FROM, FROM, server.c_str());
-        out = capture.text();
-    }
+    std::string address = "127.0.0.1:" + std::to_string(port);
+    start_capture();
+    bool result = sendmail(TO, TO, "Your statement", "Line one\nLine two\n", "VARNOK", FROM, FROM,
+                           address.c_str());
+    std::string out = end_capture();
+    // The late HELO reply passes the check after the message. What QUIT
+    // meets depends on timing (a refusal, or a server that has hung up), but
+    // it never succeeds.
     EXPECT_FALSE(result);
-    EXPECT_EQ(out, "Invalid socket\r\n");
-}
+    EXPECT_EQ(out.find("at send"), std::string::npos) << out;
 
-TEST(SmtpMessage, BodyLineEndsFollowTheLowerCaseMRule) {
-    Smtp m;
-    const struct {
-        const char *in, *out;
-    } cases[] = {
-        {"a\nb", "a\r\nb"}, {"from\nto", "from\nto"}, {"x\r\ny", "x\r\r\ny"},
-        {"\n", "\r\n"},     {"M\n", "M\r\n"},         {"mm\n\n", "mm\n\r\n"},
-        {"", ""},           {"no end", "no end"},     {"\n\n\n", "\r\n\r\n\r\n"},
-    };
-    for (const auto &c : cases) {
-        m.SetMessageBody(c.in);
-        EXPECT_STREQ(m.GetMessageBody(), c.out) << c.in;
+    // The same dialogue with the recipient line mended, sent at once: the
+    // header's capitals, its CR LF endings and the body are all accepted.
+    std::string message = date_line(time(nullptr)) + HEADER_REST + "Line one\r\nLine two\r\n";
+    std::string mended =
+        HELO + MAIL + "RCPT TO: <member@example.org>\r\nDATA\r\n" + message + "\r\n.\r\nQUIT\r\n";
+    int fd = socket(AF_INET, SOCK_STREAM, 0);
+    timeval limit{10, 0};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    sockaddr_in sa = loopback(static_cast<unsigned short>(port));
+    EXPECT_EQ(connect(fd, reinterpret_cast<sockaddr *>(&sa), sizeof sa), 0);
+    send(fd, mended.data(), mended.size(), MSG_NOSIGNAL);
+    char buf[4096];
+    while (recv(fd, buf, sizeof buf, 0) > 0) {
     }
-    // A stored text is reused for a shorter one and replaced by a longer one.
-    m.SetSubject("a long subject");
-    m.SetSubject("short");
-    EXPECT_STREQ(m.GetSubject(), "short");
-    m.SetSubject("a much longer subject than before");
-    EXPECT_STREQ(m.GetSubject(), "a much longer subject than before");
-    EXPECT_EQ(m.GetXMailer(), nullptr);
-    EXPECT_EQ(m.GetLocalHostIp(), nullptr);
-    ASSERT_NE(m.GetLocalHostname(), nullptr);
-    EXPECT_GT(strlen(m.GetLocalHostname()), 0u);
-}
+    close(fd);
+    pclose(server); // the server ends with its second connection
 
-TEST(SmtpMessage, DateLineIsEnglishUtcWithMarker) {
-    setenv("TZ", "America/Denver", 1); // the machine's zone plays no part
-    tzset();
-    const struct {
-        time_t when;
-        const char *date, *time;
-    } cases[] = {
-        {0, "Thu, 01 Jan 1970", "00:00:00 AM"},
-        {1118145600, "Tue, 07 Jun 2005", "12:00:00 PM"},
-        {1118145600 - 1, "Tue, 07 Jun 2005", "11:59:59 AM"},
-        {1135987199, "Fri, 30 Dec 2005", "23:59:59 PM"},
-        {951782400 + 3723, "Tue, 29 Feb 2000", "01:02:03 AM"},
-    };
-    for (const auto &c : cases) {
-        char date[100], timeText[100];
-        smtp_format_date(c.when, date, sizeof date, timeText, sizeof timeText);
-        EXPECT_STREQ(date, c.date);
-        EXPECT_STREQ(timeText, c.time);
-    }
-    unsetenv("TZ");
-    tzset();
-}
-
-TEST(SmtpMessage, ServerNamesAndPorts) {
-    std::string host = "unchanged";
-    unsigned short port = 7;
-    EXPECT_TRUE(smtp_split_server("mail.example.org:587", host, port));
-    EXPECT_EQ(host, "mail.example.org");
-    EXPECT_EQ(port, 587);
-    EXPECT_TRUE(smtp_split_server("h:65535", host, port));
-    EXPECT_EQ(port, 65535);
-    for (const char *plain : {"mail.example.org", "h:", ":25", "h:0", "h:65536", "h:2x", "h:-1",
-                              "a:b:25", "h:000025"}) {
-        host = "unchanged";
-        EXPECT_FALSE(smtp_split_server(plain, host, port)) << plain;
-        EXPECT_EQ(host, "unchanged");
-    }
-    EXPECT_EQ(ntohs(smtp_service_port()), 25);
-}
-
-// Runs in the child of a death test only.
-static void connect_without_sockets(Smtp &m) {
-    fflush(stdout);
-    dup2(2, 1);                 // the message goes to standard output
-    gethostbyname("127.0.0.1"); // the resolver reads its configuration now
-    rlimit none{0, 0};
-    setrlimit(RLIMIT_NOFILE, &none);
-    m.ConnectServer("127.0.0.1", htons(25));
-}
-
-TEST(SmtpDeathTest, ImpossibleArgumentsAndNoSocketsEndTheProgram) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    Smtp m;
-    EXPECT_DEATH(m.AddRecipient(nullptr, "x"), "Assertion failed: email");
-    EXPECT_DEATH(m.SetMessageBody(nullptr), "Assertion failed: body");
-    EXPECT_DEATH(m.SetReplyTo(nullptr), "Assertion failed: replyto");
-    EXPECT_DEATH(m.ConnectServer(nullptr, 0), "Assertion failed: server");
-    EXPECT_DEATH(connect_without_sockets(m), "^Invalid socket\r\n$");
+    // HELO (sent before the greeting was read) and MAIL FROM are accepted;
+    // the RCPT line without its closing bracket is a syntax error, so DATA
+    // is refused for want of a recipient and the header lines that follow
+    // are unknown commands (after a few the server hangs up). The client
+    // read six replies, so at least those six were sent. Nothing is
+    // delivered.
+    std::string d = dir;
+    EXPECT_EQ(read_file(d + "/1.replies").substr(0, 24), "220\n250\n250\n501\n503\n500\n");
+    EXPECT_FALSE(file_exists(d + "/1.content"));
+    EXPECT_EQ(read_file(d + "/2.replies"), "220\n250\n250\n250\n354\n250\n221\n");
+    EXPECT_EQ(read_file(d + "/2.to"), "member@example.org\n");
+    EXPECT_EQ(read_file(d + "/2.content"), message + "\r\n");
+    std::filesystem::remove_all(d);
 }
