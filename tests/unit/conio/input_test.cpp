@@ -1,4 +1,5 @@
-// Console input: defaults, trimming, the 200-character cut and type-ahead.
+// Console input: defaults, trimming, the 200-character cut, type-ahead,
+// indirect command files and the command log.
 #include "testutil.h"
 
 namespace {
@@ -52,6 +53,36 @@ TEST_F(InputTest, TypeAheadAnswersTheNextQuestionsWithoutTheirPrompts) {
     errfree(word);
     errfree(rest);
     errfree(next);
+}
+
+TEST_F(InputTest, IndirectFilesNestAndFallBackToTheConsole) {
+    write_file("outer.cmd", "outer one\nouter two\n");
+    write_file("inner.cmd", "inner\n");
+    feed_input("console\n");
+    ASSERT_TRUE(addIndirectFile("outer.cmd"));
+    EXPECT_EQ(ask("A", ""), "outer one");
+    ASSERT_TRUE(addIndirectFile("inner.cmd"));
+    // The log records every answer, whatever its source.
+    start_capture();
+    EXPECT_TRUE(establishLogFile("cmd.log"));
+    EXPECT_EQ(end_capture(), "Logging commands in cmd.log\n");
+    EXPECT_EQ(ask("B", ""), "inner");
+    EXPECT_EQ(ask("C", ""), "outer two");
+    EXPECT_EQ(ask("D", ""), "console");
+    start_capture();
+    establishLogFile(nullptr);
+    EXPECT_EQ(end_capture(), "Closing log file cmd.log\n");
+    EXPECT_EQ(read_file("cmd.log"), "inner\nouter two\nconsole\n");
+
+    for (int i = 0; i < 10; i++)
+        ASSERT_TRUE(addIndirectFile("outer.cmd"));
+    start_capture();
+    EXPECT_FALSE(addIndirectFile("inner.cmd"));
+    std::string out = end_capture();
+    EXPECT_NE(out.find("? Too many indirect files open at once. Trying to open inner.cmd\n"),
+              std::string::npos);
+    EXPECT_EQ(ask("E", ""), "outer one"); // the ten stay open
+    closeAllIndirectFiles();
 }
 
 } // namespace
