@@ -18,44 +18,31 @@ class MemberTest : public TempDirTest {
         TempDirTest::TearDown();
     }
 
-    // Runs w_mbr into a scratch file and returns what it wrote there.
+    // What w_mbr wrote into a scratch file; the console must stay silent.
     static std::string summary(const customer *c, bool full) {
         FILE *file = tmpfile();
         EXPECT_NE(file, nullptr);
+        start_capture();
         w_mbr(c, full, file);
-        fflush(file);
+        EXPECT_EQ(end_capture(), "");
+        EXPECT_EQ(get_o_file(), stdout);
         rewind(file);
         std::string text;
         char buffer[512];
-        size_t n;
-        while ((n = fread(buffer, 1, sizeof buffer, file)) > 0)
+        for (size_t n; (n = fread(buffer, 1, sizeof buffer, file)) > 0;)
             text.append(buffer, n);
         fclose(file);
         return text;
     }
 };
 
-TEST_F(MemberTest, ShortFormGoesToTheGivenFileOnly) {
-    customer *c = fc_cust("SMITH", "ANN", true);
-    c->category = fc_category("FULL");
-    fc_customer_flag(c, "PILOT", true);
-    fc_customer_flag(c, "BOARD", true);
-    replace_str(&c->info, "not shown in the short form");
-
-    c->cash = 1;
-    start_capture();
-    std::string text = summary(c, false);
-    EXPECT_EQ(end_capture(), "");
-    EXPECT_EQ(text, "SMITH, ANN\t\tFULL\tCash\n    Flags: BOARD  PILOT\n");
-    EXPECT_EQ(get_o_file(), stdout);
-}
-
-TEST_F(MemberTest, FullForm) {
+TEST_F(MemberTest, ShortAndFullForms) {
     customer *c = fc_cust("ADAMS", "AL", true);
     c->category = fc_category("FULL");
     c->priorCategory = fc_category("JUNIOR");
     c->transitionDate = (int32_t)i_convertDateToTime("6-7-2005");
     fc_customer_flag(c, "TOWPILOT", true);
+    fc_customer_flag(c, "BOARD", true);
     replace_str(&c->info, "Glider pilot");
     replace_str(&c->spouse, "Mary");
     replace_str(&c->contestNumber, "AL");
@@ -66,7 +53,7 @@ TEST_F(MemberTest, FullForm) {
     replace_str(&c->addr[2], "Springfield, MA 01101");
 
     EXPECT_EQ(summary(c, true), "ADAMS, AL\t\tFULL\tCredit\n"
-                                "    Flags: TOWPILOT\n"
+                                "    Flags: BOARD  TOWPILOT\n"
                                 "\t\tWas JUNIOR before 6-7-2005\n"
                                 "    Info: Glider pilot\n"
                                 "    Spouse: Mary\n"
@@ -77,6 +64,8 @@ TEST_F(MemberTest, FullForm) {
                                 "\t1 Main St\n"
                                 "\tSpringfield, MA 01101\n"
                                 "\n");
+    c->cash = 1;
+    EXPECT_EQ(summary(c, false), "ADAMS, AL\t\tFULL\tCash\n    Flags: BOARD  TOWPILOT\n");
 
     // Without a first address line the others are not shown; a prior
     // category without a date is not shown either.

@@ -1,0 +1,120 @@
+#include <chrono>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "db_fixture.h"
+
+namespace {
+
+using ListsTest = DbTest;
+
+std::vector<std::string> planes_of(const customer *c) {
+    std::vector<std::string> out;
+    for (const flight *f = c->flights; f; f = f->next)
+        out.push_back(f->plane);
+    return out;
+}
+
+TEST_F(ListsTest, TowPlaneTableLimits) {
+    towplane *pawnee = fc_tug("pawnee", true);
+    EXPECT_STREQ(pawnee->tugname, "PAWNEE");
+    EXPECT_EQ(fc_tug("Pawnee", false), pawnee);
+    // Names are cut to 63 characters, on lookup as well.
+    towplane *lng = fc_tug(std::string(70, 'x').c_str(), true);
+    EXPECT_EQ(std::string(lng->tugname), std::string(63, 'X'));
+    EXPECT_EQ(fc_tug((std::string(63, 'X') + "YYY").c_str(), false), lng);
+    for (int i = 2; i < TUG_TABLE_SIZE; ++i)
+        ASSERT_NE(fc_tug(("TUG" + std::to_string(i)).c_str(), true), nullptr);
+    EXPECT_EQ(fc_tug("TUG15", false), &db.tugList[15]);
+    EXPECT_EQ(output_of([] {
+                  EXPECT_EQ(fc_tug("husky", false), nullptr);
+                  EXPECT_EQ(fc_tug("husky", true), nullptr);
+              }),
+              "? ERROR: not enough room in table of towplanes for husky\n");
+}
+
+TEST_F(ListsTest, TranslateFlightType) {
+    const std::pair<const char *, int> cases[] = {
+        {"", 0},  {"-", 0},           {"O", 0}, {"C", 1}, {"I", 2}, {"INSTRUCTIONAL", 2},
+        {"R", 3}, {"PATTERN-TOW", 4}, {"i", 5}, {"X", 5}, {"U", 5}, {"GLIDER", 5}};
+    for (const auto &[text, code] : cases)
+        EXPECT_EQ(translate_flight_type(text), code) << text;
+}
+
+// Each customer's list keeps its tail, so appending costs the same for the
+// ten-thousandth flight as for the first, and a removed tail is never
+// appended to.
+TEST_F(ListsTest, AppendingKeepsOrderThroughRemovalsInLinearTime) {
+    customer *a = fc_cust("ADAMS", "", true);
+    customer *b = fc_cust("BAKER", "", true);
+    flight *a1 = new_flight(a, "A1");
+    flight *a3 = new_flight(a, "A3");
+    add_flight(a1, a);
+    add_flight(new_flight(b, "B1"), b);
+    add_flight(new_flight(a, "A2"), a);
+    add_flight(a3, a);
+    free_flight(a3);
+    add_flight(new_flight(a, "A4"), a);
+    free_flight(a1);
+    add_flight(new_flight(a, "A5"), a);
+    EXPECT_EQ(planes_of(a), (std::vector<std::string>{"A2", "A4", "A5"}));
+    EXPECT_EQ(planes_of(b), (std::vector<std::string>{"B1"}));
+
+    free_flights(); // nothing was read from a file: nothing is dropped
+    EXPECT_EQ(planes_of(b).size(), 1u);
+    db.flights_read = 1;
+    free_flights();
+    EXPECT_EQ(a->flights, nullptr);
+    auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 20000; ++i)
+        add_flight(new_flight(i % 2 ? b : a, std::to_string(i)), i % 2 ? b : a);
+    EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), 0.5);
+    std::vector<std::string> planes = planes_of(a);
+    ASSERT_EQ(planes.size(), 10000u);
+    EXPECT_EQ(planes.back(), "19998");
+}
+
+TEST_F(ListsTest, UnlinkedRecordsAreReportedAndKept) {
+    customer *a = fc_cust("ADAMS", "", true);
+    flight *orphan = new_flight(nullptr, "X");
+    flight *stray = new_flight(a, "Y"); // names the customer but is not in its list
+    gas g{};
+    misc m{};
+    payment p{};
+    EXPECT_EQ(output_of([&] {
+                  free_flight(orphan);
+                  free_flight(stray);
+                  free_misc_charge(&m);
+                  free_payment(&p);
+                  free_gas_charge(&g);
+                  g.customer = m.customer = p.customer = a;
+                  free_misc_charge(&m);
+                  free_payment(&p);
+                  free_gas_charge(&g);
+              }),
+              "BUG, flight without related customer\n"
+              "?BUG, flight not found in list\n"
+              "BUG, misc charge without related customer\n"
+              "? BUG, payment without related customer\n"
+              "BUG, gas charge without related customer\n"
+              "?BUG, misc charge not found in list\n"
+              "?BUG, payment not found in list\n"
+              "?BUG, gas charge not found in list\n");
+    EXPECT_STREQ(orphan->plane, "X"); // not freed
+    free_flight_contents(orphan);
+    errfree(orphan);
+    free_flight_contents(stray);
+    errfree(stray);
+
+    // A charges record that is itself a list is reported; only it is freed.
+    charges *second = zeroed<charges>();
+    a->charges = zeroed<charges>();
+    a->charges->next = second;
+    EXPECT_EQ(output_of([&] { free_customer_charges(a); }),
+              "? Should not find a list of charges on a customer.");
+    EXPECT_EQ(a->charges, nullptr);
+    errfree(second);
+}
+
+} // namespace
