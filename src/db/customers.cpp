@@ -69,9 +69,8 @@ customer *fc_cust(const char *lastname, const char *firstname, bool create) {
         lastname = "";
     if (!firstname)
         firstname = "";
-    auto exact = db.cust_exact.find(cust_exact_key(lastname, firstname));
-    if (exact != db.cust_exact.end())
-        return exact->second;
+    if (customer *exact = db.cust_exact.find(lastname, firstname))
+        return exact;
     std::pair<std::string, std::string> key(lastname, firstname);
     customer *prev = nullptr;
     auto hint = db.cust_index.end();
@@ -104,7 +103,7 @@ customer *fc_cust(const char *lastname, const char *firstname, bool create) {
     if (!c->next)
         db.last_cust = c;
     db.cust_index.emplace_hint(hint, std::move(key), c);
-    db.cust_exact.emplace(cust_exact_key(lastname, firstname), c);
+    db.cust_exact.insert(lastname, firstname, c);
     return c;
 }
 
@@ -115,9 +114,8 @@ customer *find_cust(const char *lastname, const char *firstname) {
         firstname = "";
     // An exact match wins wherever it stands, and no two prefix matches can
     // sort before it, so it is the answer without a walk.
-    auto exact = db.cust_exact.find(cust_exact_key(lastname, firstname));
-    if (exact != db.cust_exact.end())
-        return exact->second;
+    if (customer *exact = db.cust_exact.find(lastname, firstname))
+        return exact;
     size_t last_len = strlen(lastname);
     size_t first_len = strlen(firstname);
 

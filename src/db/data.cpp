@@ -399,9 +399,7 @@ void free_customer(customer *c) {
         auto found = db.cust_index.find({c->lastname, c->firstname});
         if (found != db.cust_index.end() && found->second == c)
             db.cust_index.erase(found);
-        auto exact = db.cust_exact.find(cust_exact_key(c->lastname, c->firstname));
-        if (exact != db.cust_exact.end() && exact->second == c)
-            db.cust_exact.erase(exact);
+        db.cust_exact.erase(c->lastname, c->firstname, c);
     }
 
     errfree(c->lastname);

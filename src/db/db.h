@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "conio/iosubs.h"
+#include "db/name_index.h"
 
 struct customer;
 struct flight;
@@ -242,20 +243,13 @@ struct DbState {
     // an abbreviation by name never walks a whole list. std::string orders
     // bytes as unsigned chars, the same order strcmp gives the lists.
     std::map<std::pair<std::string, std::string>, customer *> cust_index;
-    // Exact names (cust_exact_key) to customers: one hash per account line
-    // read, where the ordered index would cost a string compare per level.
-    std::unordered_map<std::string, customer *> cust_exact;
+    // Exact names to customers: one hash probe per account line read,
+    // where the ordered index would cost a string compare per level.
+    ExactNameIndex cust_exact;
     std::map<std::string, price *> price_index;
     std::map<std::string, abbrev *> abbrev_index;
 };
 extern DbState db;
-
-inline std::string cust_exact_key(const char *lastname, const char *firstname) {
-    std::string key(lastname);
-    key += '\0';
-    key += firstname;
-    return key;
-}
 
 // Drops every list and setting and returns the database to its start-up
 // state, file names included. Used by tests; start-up has its own order.

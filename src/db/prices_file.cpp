@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "db/db.h"
 
@@ -27,7 +28,7 @@ bool blank_text(const char *text) {
     return true;
 }
 
-bool all_digits(const std::string &text) {
+bool all_digits(std::string_view text) {
     if (text.empty())
         return false;
     for (char ch : text)
@@ -40,9 +41,10 @@ bool all_digits(const std::string &text) {
 // taken from the whole part alone, so "-0.500" comes out as +500; files in
 // use depend on this reading.
 bool parse_cost(const char *text, int32_t *cost) {
-    const char *dot = strchr(text, '.');
-    std::string whole = dot ? std::string(text, dot) : std::string(text);
-    std::string fraction = dot ? std::string(dot + 1) : std::string();
+    std::string_view all(text);
+    size_t dot = all.find('.');
+    std::string_view whole = all.substr(0, dot);
+    std::string_view fraction = dot == std::string_view::npos ? "" : all.substr(dot + 1);
     if (whole.empty())
         whole = "0";
     if (fraction.empty())
@@ -52,7 +54,7 @@ bool parse_cost(const char *text, int32_t *cost) {
     if (!all_digits(whole.substr(digits_from)) || !all_digits(fraction))
         return false;
     errno = 0;
-    long whole_value = strtol(whole.c_str(), nullptr, 10);
+    long whole_value = strtol(std::string(whole).c_str(), nullptr, 10);
     if (errno == ERANGE)
         return false;
 
