@@ -12,6 +12,10 @@
 #include <sstream>
 #include <string>
 
+#include <csignal>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "conio/iosubs.h"
@@ -28,10 +32,6 @@ inline std::string read_file(const std::string &name) {
     return text.str();
 }
 
-inline bool file_exists(const std::string &name) {
-    return std::filesystem::exists(name);
-}
-
 // Captures everything written to standard output, by printf and by the
 // output formatter alike (both go through the stdout FILE).
 inline void start_capture() {
@@ -44,16 +44,66 @@ inline std::string end_capture() {
     return testing::internal::GetCapturedStdout();
 }
 
+// What a call printed.
+template <class Work> std::string output_of(Work work) {
+    start_capture();
+    work();
+    return end_capture();
+}
+
+inline size_t entries() {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("."), {}));
+}
+
+// Runs `work` in a child whose files may not grow past 16 bytes, as on
+// a full disk; returns what it printed. `code` is 0 when `work` returned
+// true and the child ended normally.
+template <typename Work> std::string run_on_full_disk(Work work, int &code) {
+    int pipe_fds[2];
+    EXPECT_EQ(pipe(pipe_fds), 0);
+    fflush(stdout);
+    pid_t pid = fork();
+    if (pid == 0) {
+        close(pipe_fds[0]);
+        dup2(pipe_fds[1], STDOUT_FILENO);
+        signal(SIGXFSZ, SIG_IGN);
+        struct rlimit rl = {16, 16};
+        setrlimit(RLIMIT_FSIZE, &rl);
+        bool done = work();
+        fflush(stdout);
+        _exit(done ? 0 : 1);
+    }
+    close(pipe_fds[1]);
+    std::string output;
+    char buffer[4096];
+    ssize_t n;
+    while ((n = read(pipe_fds[0], buffer, sizeof buffer)) > 0)
+        output.append(buffer, (size_t)n);
+    close(pipe_fds[0]);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return output;
+}
+
+// An allocated answer as a string, freed.
+inline std::string take(char *text) {
+    std::string s = text != nullptr ? text : "<null>";
+    errfree(text);
+    return s;
+}
+
+inline bool has(const std::string &text, const std::string &part) {
+    return text.find(part) != std::string::npos;
+}
+
 // Makes `text` the whole of the console input that follows. Standard input
-// is reopened on a file, so nothing buffered from earlier input survives.
+// is reopened on a file (gone from the test's directory once open), so
+// nothing buffered from earlier input survives.
 inline void feed_input(const std::string &text) {
-    char name[] = "/tmp/varnok-input-XXXXXX";
-    int fd = mkstemp(name);
-    ASSERT_GE(fd, 0);
-    ASSERT_EQ(write(fd, text.data(), text.size()), (ssize_t)text.size());
-    close(fd);
-    ASSERT_NE(freopen(name, "r", stdin), nullptr);
-    unlink(name);
+    write_file(".input", text);
+    ASSERT_NE(freopen(".input", "r", stdin), nullptr);
+    unlink(".input");
     clearerr(stdin);
 }
 

@@ -6,17 +6,14 @@ namespace {
 
 using InputTest = TempDirTest;
 
-// Answers one getuser and returns the answer, with what was printed.
+// The answer to one question; what it printed goes to `printed`.
 std::string ask(const char *prompt, const char *def, std::string *printed = nullptr,
                 bool upper = false) {
-    start_capture();
-    char *answer = getuser(prompt, def, upper);
-    std::string out = end_capture();
+    std::string answer;
+    std::string out = output_of([&] { answer = take(getuser(prompt, def, upper)); });
     if (printed != nullptr)
         *printed = out;
-    std::string result = answer;
-    errfree(answer);
-    return result;
+    return answer;
 }
 
 TEST_F(InputTest, AnswersAreDefaultedTrimmedAndCut) {
@@ -35,24 +32,22 @@ TEST_F(InputTest, AnswersAreDefaultedTrimmedAndCut) {
     EXPECT_EQ(ask("P", ""), "next");
 }
 
+// The whole line is upper-cased before the first word is split off; the
+// rest answers the next questions without their prompts.
 TEST_F(InputTest, TypeAheadAnswersTheNextQuestionsWithoutTheirPrompts) {
     const char *const table[] = {"CUSTOMER", "PRICE", nullptr};
     feed_input("add price  Smith x\nconsole\n");
-    start_capture();
-    char *word = get_commandWord("VARNOK", "", true);
-    int choice = get_list("Add what", "", table, false);
-    char *rest = getuser("Name", "dflt", false);
-    char *next = getuser("Next", "", false);
-    std::string printed = end_capture();
-    EXPECT_STREQ(word, "ADD");
+    std::string word, rest, next;
+    int choice = -1;
+    EXPECT_EQ(output_of([&] {
+                  word = take(get_commandWord("VARNOK", "", true));
+                  choice = get_list("Add what", "", table, false);
+                  rest = take(getuser("Name", "dflt", false));
+                  next = take(getuser("Next", "", false));
+              }),
+              "VARNOK: Next: ");
+    EXPECT_EQ(word + "|" + rest + "|" + next, "ADD|SMITH X|console");
     EXPECT_EQ(choice, 1);
-    // The whole line was upper-cased before the first word was split off.
-    EXPECT_STREQ(rest, "SMITH X");
-    EXPECT_STREQ(next, "console");
-    EXPECT_EQ(printed, "VARNOK: Next: ");
-    errfree(word);
-    errfree(rest);
-    errfree(next);
 }
 
 TEST_F(InputTest, IndirectFilesNestAndFallBackToTheConsole) {
@@ -63,24 +58,18 @@ TEST_F(InputTest, IndirectFilesNestAndFallBackToTheConsole) {
     EXPECT_EQ(ask("A", ""), "outer one");
     ASSERT_TRUE(addIndirectFile("inner.cmd"));
     // The log records every answer, whatever its source.
-    start_capture();
-    EXPECT_TRUE(establishLogFile("cmd.log"));
-    EXPECT_EQ(end_capture(), "Logging commands in cmd.log\n");
+    EXPECT_EQ(output_of([] { EXPECT_TRUE(establishLogFile("cmd.log")); }),
+              "Logging commands in cmd.log\n");
     EXPECT_EQ(ask("B", ""), "inner");
     EXPECT_EQ(ask("C", ""), "outer two");
     EXPECT_EQ(ask("D", ""), "console");
-    start_capture();
-    establishLogFile(nullptr);
-    EXPECT_EQ(end_capture(), "Closing log file cmd.log\n");
+    EXPECT_EQ(output_of([] { establishLogFile(nullptr); }), "Closing log file cmd.log\n");
     EXPECT_EQ(read_file("cmd.log"), "inner\nouter two\nconsole\n");
 
     for (int i = 0; i < 10; i++)
         ASSERT_TRUE(addIndirectFile("outer.cmd"));
-    start_capture();
-    EXPECT_FALSE(addIndirectFile("inner.cmd"));
-    std::string out = end_capture();
-    EXPECT_NE(out.find("? Too many indirect files open at once. Trying to open inner.cmd\n"),
-              std::string::npos);
+    EXPECT_TRUE(has(output_of([] { EXPECT_FALSE(addIndirectFile("inner.cmd")); }),
+                    "? Too many indirect files open at once. Trying to open inner.cmd\n"));
     EXPECT_EQ(ask("E", ""), "outer one"); // the ten stay open
     closeAllIndirectFiles();
 }

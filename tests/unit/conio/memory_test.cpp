@@ -9,17 +9,8 @@ using MemoryTest = TempDirTest;
 
 // True when allocating `size` bytes printed the "probably a bug" warning.
 bool warns(size_t size) {
-    start_capture();
-    char *block = (char *)errmalloc(size);
-    memset(block, 'x', size);
-    errfree(block);
-    std::string out = end_capture();
-    return out.find("? Allocating " + std::to_string(size) + " bytes, probably a bug.\n") !=
-           std::string::npos;
-}
-
-size_t entries() {
-    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("."), {}));
+    return has(output_of([&] { errfree(errmalloc(size)); }),
+               "? Allocating " + std::to_string(size) + " bytes, probably a bug.\n");
 }
 
 TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
@@ -30,18 +21,17 @@ TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
     // 500 only after a successful read.
     std::string content = "first\n" + std::string(900, 'L') + "\nlast without newline";
     write_file("big.dat", content);
-    start_capture();
-    char *text = alloc_file("big.dat", "heading", true);
-    EXPECT_EQ(end_capture(), "Reading heading file \"big.dat\"\n");
+    char *text = nullptr;
+    EXPECT_EQ(output_of([&] { text = alloc_file("big.dat", "heading", true); }),
+              "Reading heading file \"big.dat\"\n");
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(std::string(text), content);
     errfree(text);
     EXPECT_TRUE(warns(501));
 
-    start_capture();
-    EXPECT_EQ(alloc_file("missing.dat", "test", true), nullptr);
-    std::string out = end_capture();
-    EXPECT_NE(out.find("? Unable to read test file \"missing.dat\"\n"), std::string::npos) << out;
+    std::string out =
+        output_of([] { EXPECT_EQ(alloc_file("missing.dat", "test", true), nullptr); });
+    EXPECT_TRUE(has(out, "? Unable to read test file \"missing.dat\"\n")) << out;
     EXPECT_FALSE(warns(10000));
     EXPECT_TRUE(warns(10001));
     EXPECT_EQ(set_max_malloc(500), 10000);
@@ -65,18 +55,10 @@ TEST_F(MemoryTest, SafeFileReplacesTheOldFileOnlyOnASuccessfulCommit) {
     safe_abort(sf);
     EXPECT_EQ(read_file("data.dat"), "new\n");
 
-    // The flush fails: the descriptor is gone before the data is written.
-    ASSERT_NE(safe_open(sf, "data.dat"), nullptr);
-    fputs("lost\n", sf.fp);
-    close(fileno(sf.fp));
-    EXPECT_FALSE(safe_commit(sf));
-    EXPECT_EQ(read_file("data.dat"), "new\n");
-    EXPECT_EQ(entries(), 1u);
-
-    // The rename fails: the final name is a directory.
+    // The rename fails: the final name is a directory. (A failed flush is
+    // checked through the writers, on a full disk.)
     std::filesystem::create_directory("target");
     ASSERT_NE(safe_open(sf, "target"), nullptr);
-    fputs("x\n", sf.fp);
     EXPECT_FALSE(safe_commit(sf));
     EXPECT_EQ(sf.fp, nullptr);
     EXPECT_TRUE(std::filesystem::is_directory("target"));

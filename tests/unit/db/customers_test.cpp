@@ -8,10 +8,9 @@ namespace {
 using CustomerLookupTest = DbTest;
 
 TEST_F(CustomerLookupTest, FindCustPrefixesAmbiguityAndExactMatch) {
-    customer *ann = fc_cust("SMITH", "ANN", true);
-    customer *bob = fc_cust("SMITH", "BOB", true);
-    fc_cust("ADAMS", "ANN", true);
+    customer *ann = fc_cust("SMITH", "ANN", true), *bob = fc_cust("SMITH", "BOB", true);
     customer *jon = fc_cust("SNOW", "JON", true);
+    fc_cust("ADAMS", "ANN", true);
     const struct {
         const char *last, *first;
         customer *found;
@@ -37,13 +36,11 @@ TEST_F(CustomerLookupTest, FindCustPrefixesAmbiguityAndExactMatch) {
 }
 
 TEST_F(CustomerLookupTest, LookupAccountReceiptsAbbreviationsAndNames) {
-    customer *ann = fc_cust("SMITH", "ANN", true);
-    customer *bob = fc_cust("SMITH", "BOB", true);
+    customer *ann = fc_cust("SMITH", "ANN", true), *bob = fc_cust("SMITH", "BOB", true);
     customer *cash = lookup_account("#1234", false);
     ASSERT_NE(cash, nullptr);
-    EXPECT_STREQ(cash->lastname, "CASH");
-    EXPECT_STREQ(cash->firstname, "");
-    EXPECT_STREQ(cash->category, "CASH");
+    EXPECT_EQ(std::string(cash->lastname) + "," + cash->firstname + "," + cash->category,
+              "CASH,,CASH");
     EXPECT_EQ(lookup_account("42", true), cash);
     EXPECT_EQ(lookup_account("A SMITH", false), ann);
     EXPECT_EQ(lookup_account("SMITH, B", false), bob);
@@ -65,8 +62,7 @@ TEST_F(CustomerLookupTest, ParseAndNormalizeNames) {
     for (auto &c : cases) {
         std::string last = "junk", first = "junk";
         parse_name(c[0], last, first);
-        EXPECT_EQ(last, c[1]) << c[0];
-        EXPECT_EQ(first, c[2]) << c[0];
+        EXPECT_EQ(last + "|" + first, std::string(c[1]) + "|" + c[2]);
     }
     const char *rotations[][2] = {{"smith john", "JOHN SMITH"},
                                   {"Doe, Jane", "DOE, JANE"},
@@ -83,51 +79,42 @@ TEST_F(CustomerLookupTest, ParseAndNormalizeNames) {
 
 TEST_F(CustomerLookupTest, NameAndAccountPrompts) {
     feed_input("smith, j\nwho?\n\njohn\tq\n");
-    char *name = nullptr;
-    EXPECT_EQ(output_of([&] { name = get_name("Full last name", "", false); }),
+    std::string name;
+    EXPECT_EQ(output_of([&] { name = take(get_name("Full last name", "", false)); }),
               "Full last name: ? Names can not contain the character ,\n"
               "Full last name: ? Names can not contain the character ?\n"
               "Full last name: ? This name can not be blank.\n"
               "Full last name: ");
-    EXPECT_STREQ(name, "JOHN Q");
-    errfree(name);
+    EXPECT_EQ(name, "JOHN Q");
 
-    customer *ann = fc_cust("SMITH", "ANN", true);
-    customer *got = nullptr;
+    customer *ann = fc_cust("SMITH", "ANN", true), *got = nullptr;
     int how = 0;
-    char *line = nullptr;
+    std::string line;
+    auto account = [&](bool add) {
+        return output_of([&] { line = take(get_account("Pilot", "", add, &got, &how)); });
+    };
     feed_input("ann smith\n?\nNOBODY\n~\n");
-    EXPECT_EQ(output_of([&] { line = get_account("Pilot", "", false, &got, &how); }),
+    EXPECT_EQ(account(false),
               "Pilot: Found customer: SMITH, ANN\t\tDEFAULT\tCredit\n    Flags: \n");
-    EXPECT_STREQ(line, "ANN SMITH");
-    EXPECT_EQ(got, ann);
-    EXPECT_EQ(how, ACCOUNT_FOUND);
-    errfree(line);
-    EXPECT_EQ(output_of([&] { line = get_account("Pilot", "", false, &got, &how); }),
-              "Pilot: Enter a recipt #, customer name or abbreviation\n"
-              "    Firstname Lastname, Lastname comma firstname or\n"
-              "    Lastname alone are permitted.\n"
-              "    The first or last names can be only the first few\n"
-              "    characters of the name.\n"
-              "Pilot: ? Can not find account or abbreviation for \"NOBODY\".\n"
-              "    You must type a legal account. Type \"~\" to get out.\n"
-              "Pilot: ");
-    EXPECT_STREQ(line, "");
-    EXPECT_EQ(got, nullptr);
-    EXPECT_EQ(how, ACCOUNT_TILDE);
+    EXPECT_TRUE(line == "ANN SMITH" && got == ann && how == ACCOUNT_FOUND) << line;
+    EXPECT_EQ(account(false), "Pilot: Enter a recipt #, customer name or abbreviation\n"
+                              "    Firstname Lastname, Lastname comma firstname or\n"
+                              "    Lastname alone are permitted.\n"
+                              "    The first or last names can be only the first few\n"
+                              "    characters of the name.\n"
+                              "Pilot: ? Can not find account or abbreviation for \"NOBODY\".\n"
+                              "    You must type a legal account. Type \"~\" to get out.\n"
+                              "Pilot: ");
+    EXPECT_TRUE(line.empty() && got == nullptr && how == ACCOUNT_TILDE) << line;
     EXPECT_EQ(fc_cust("NOBODY", "", false), nullptr);
-    errfree(line);
 
     // Adding: refused once, then the parsed names accepted as they are.
     feed_input("JOE NEW\nNO\nJOE NEW\nYES\n\n\n");
-    std::string out = output_of([&] { line = get_account("Pilot", "", true, &got, &how); });
-    EXPECT_STREQ(line, "JOE NEW");
-    EXPECT_EQ(how, ACCOUNT_ADDED);
+    std::string out = account(true);
+    EXPECT_TRUE(line == "JOE NEW" && how == ACCOUNT_ADDED && db.cust_changed) << line;
     EXPECT_EQ(got, fc_cust("NEW", "JOE", false));
-    EXPECT_TRUE(db.cust_changed);
-    EXPECT_NE(out.find("Full first name [JOE]: Full last name [NEW]: "), std::string::npos);
-    EXPECT_NE(out.find("NEW, JOE\t\tDEFAULT\tCredit\n"), std::string::npos);
-    errfree(line);
+    EXPECT_TRUE(has(out, "Full first name [JOE]: Full last name [NEW]: ")) << out;
+    EXPECT_TRUE(has(out, "NEW, JOE\t\tDEFAULT\tCredit\n")) << out;
 }
 
 } // namespace

@@ -34,11 +34,4 @@ class DbTest : public TempDirTest {
         f->plane = alloc_str(plane.c_str());
         return f;
     }
-
-    // What a call printed.
-    template <class Work> static std::string output_of(Work work) {
-        start_capture();
-        work();
-        return end_capture();
-    }
 };

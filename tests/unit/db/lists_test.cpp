@@ -1,6 +1,5 @@
 #include <chrono>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "db_fixture.h"
@@ -34,22 +33,12 @@ TEST_F(ListsTest, TowPlaneTableLimits) {
               "? ERROR: not enough room in table of towplanes for husky\n");
 }
 
-TEST_F(ListsTest, TranslateFlightType) {
-    const std::pair<const char *, int> cases[] = {
-        {"", 0},  {"-", 0},           {"O", 0}, {"C", 1}, {"I", 2}, {"INSTRUCTIONAL", 2},
-        {"R", 3}, {"PATTERN-TOW", 4}, {"i", 5}, {"X", 5}, {"U", 5}, {"GLIDER", 5}};
-    for (const auto &[text, code] : cases)
-        EXPECT_EQ(translate_flight_type(text), code) << text;
-}
-
 // Each customer's list keeps its tail, so appending costs the same for the
 // ten-thousandth flight as for the first, and a removed tail is never
 // appended to.
 TEST_F(ListsTest, AppendingKeepsOrderThroughRemovalsInLinearTime) {
-    customer *a = fc_cust("ADAMS", "", true);
-    customer *b = fc_cust("BAKER", "", true);
-    flight *a1 = new_flight(a, "A1");
-    flight *a3 = new_flight(a, "A3");
+    customer *a = fc_cust("ADAMS", "", true), *b = fc_cust("BAKER", "", true);
+    flight *a1 = new_flight(a, "A1"), *a3 = new_flight(a, "A3");
     add_flight(a1, a);
     add_flight(new_flight(b, "B1"), b);
     add_flight(new_flight(a, "A2"), a);
@@ -102,10 +91,10 @@ TEST_F(ListsTest, UnlinkedRecordsAreReportedAndKept) {
               "?BUG, payment not found in list\n"
               "?BUG, gas charge not found in list\n");
     EXPECT_STREQ(orphan->plane, "X"); // not freed
-    free_flight_contents(orphan);
-    errfree(orphan);
-    free_flight_contents(stray);
-    errfree(stray);
+    for (flight *f : {orphan, stray}) {
+        free_flight_contents(f);
+        errfree(f);
+    }
 
     // A charges record that is itself a list is reported; only it is freed.
     charges *second = zeroed<charges>();

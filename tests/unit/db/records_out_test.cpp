@@ -1,57 +1,43 @@
 // The screen forms of the records; their file forms are what DBOUT writes.
+// Columns 9, 17, 25 ... count from the start of the record (which an indent
+// moves); a field that reaches its neighbour's column still gets one blank.
 #include <string>
 
 #include "db_fixture.h"
 
 namespace {
 
-class RecordsOutTest : public DbTest {
-  protected:
-    void SetUp() override {
-        DbTest::SetUp();
-        smith = fc_cust("SMITH", "JOHN", true);
-        date = (int32_t)i_convertDateToTime("6-7-2005");
-    }
+using RecordsOutTest = DbTest;
 
-    // The text the printer leaves on one line.
-    template <typename Print> static std::string line_of(Print print) {
-        return output_of([&] {
-            print();
-            o_newline(0);
-        });
-    }
+// The text a printer leaves on one line.
+template <typename Print> std::string line_of(Print print) {
+    return output_of([&] {
+        print();
+        o_newline(0);
+    });
+}
 
-    customer *smith = nullptr;
-    int32_t date = 0;
-    char plane[8] = "N123", pilot[8] = "JOHN", cfi[8] = "BOB", towpilot[8] = "TP", empty[1] = "";
-};
-
-// Columns 9, 17, 25 ... from the start of the record (which an indent
-// moves); a field that reaches its neighbour's column still gets one blank.
 TEST_F(RecordsOutTest, ScreenColumns) {
+    customer *smith = fc_cust("SMITH", "JOHN", true);
+    int32_t date = (int32_t)i_convertDateToTime("6-7-2005");
+    char plane[] = "N123", pilot[] = "JOHN", cfi[] = "BOB", towpilot[] = "TP", empty[] = "",
+         why[] = "Tie-down", note[] = "dues";
     // Fields in declaration order, starting with the list link.
     gas g{nullptr, date, 12, 3, smith, 0, 3075, "100", -5, plane, pilot};
     EXPECT_EQ(line_of([&] { o_gas_struct(&g, 0, false, false); }),
               "6-7-2005 12     3       SMITH,JOHN 3075 100     -0.5    N123    JOHN\n");
-
-    char why[] = "Tie-down";
     misc m{nullptr, date, 4, 2, smith, 0, -250, 0, why};
     EXPECT_EQ(line_of([&] { o_misc_struct(&m, 4, false, false); }),
               "   6-7-2005 4       2       SMITH,JOHN N    -250    Tie-down\n");
-
     // The note of a payment stays at column 41 whatever the indent.
-    char note[] = "dues";
     payment p{nullptr, date, fc_cust("LEE", "AL", true), 2500, 101, note};
     EXPECT_EQ(line_of([&] { o_payment_struct(&p, 9, false, false); }),
               "        6-7-2005 2500    101     LEE,AL dues\n");
-
     flight f{nullptr, smith, date,     7,  12,  plane, fc_tug("PAWNEE", true), pilot, cfi,
              empty,   5,     towpilot, 25, 570, 605};
     EXPECT_EQ(line_of([&] { o_flight_struct(&f, 0, false, false); }),
               "6-7-2005 7 #12 N123 JOHN U BOB TP PAWNEE 2.5 9:30 10:05\n");
-}
 
-TEST_F(RecordsOutTest, ComputedOnLine) {
     billing.curDate = date;
     EXPECT_EQ(line_of([] { o_now_info(true, 0); }),
               "Computed on 6-7-2005 by VARNOK\n    Version 10(116)\n\n");
