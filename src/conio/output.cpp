@@ -217,9 +217,9 @@ void begin_output(FILE *fp) {
 
 FILE *open_failed(const char *name, const char *kind) {
     log_error("? Unable to open %s file \"%s\"\n", text_or_empty(kind), text_or_empty(name));
-    // Whatever was pending belonged to the file that did not open.
+    // Only a successful open starts afresh: the pending line and the line
+    // count stay, and reach whatever destination is set next.
     out.cur_file = nullptr;
-    clear_line();
     return nullptr;
 }
 

@@ -491,10 +491,9 @@ bool is_valid_phone(const char *text) {
 
 char *normalize_phone(const char *text) {
     int area, exchange, number, extension;
-    // An international number is kept exactly as typed even when its
-    // digits happen to fit a US pattern.
-    if (text == nullptr || is_international(text) ||
-        !parse_phone(text, &area, &exchange, &number, &extension))
+    // Anything the patterns do not fit, an international number among them,
+    // is kept as typed.
+    if (text == nullptr || !parse_phone(text, &area, &exchange, &number, &extension))
         return alloc_str(text);
     char result[64];
     int n;

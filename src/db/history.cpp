@@ -313,7 +313,7 @@ void readFlights(const char *file) {
         f->pilot = alloc_str(field[5]);
         int type = translate_flight_type(field[6]);
         if (type == 5) {
-            if (is_blank(field[6]))
+            if (field[6][0] == '\0')
                 printf("? Missing type of flight on line %d\n", line_number);
             else
                 printf("? Unrecognized type of flight \"%s\" on line %d\n", field[6], line_number);
@@ -420,7 +420,9 @@ void readGas(const char *file) {
         size_t length = strlen(line);
         if (length > 0 && line[length - 1] == '\n')
             line[length - 1] = '\0';
-        if (line[0] == '!' || is_blank(line))
+        // Only truly empty lines are skipped here; a line of blanks inside a
+        // section is read (and reported) like any other record.
+        if (line[0] == '!' || line[0] == '\0')
             continue;
         int v = 0;
         if (is_directive(line) && sscanf(line, " $VERSION %d", &v) == 1) {

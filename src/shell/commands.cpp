@@ -51,7 +51,9 @@ const command commands[] = {
     {nullptr, nullptr, 0, 0},
 };
 
-static bool hidden(const command &row) { return row.expert && !shell.expert_mode; }
+static bool hidden(const command &row) {
+    return row.expert && !shell.expert_mode;
+}
 
 char *cmnd_word(const char *text) {
     if (text == nullptr)
@@ -167,7 +169,9 @@ void do_print() {
     bool old_insert = set_insertReturn(true);
     w_choose();
     set_insertReturn(old_insert);
-    o_formfeed();
+    // One form feed ejects the last page; it goes to the device itself, since
+    // the close drops whatever is still pending on the line.
+    fputc('\f', file);
     close_o_file(file, printer, "for printer");
 }
 

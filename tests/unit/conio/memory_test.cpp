@@ -37,6 +37,25 @@ TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
     EXPECT_EQ(set_max_malloc(500), 10000);
 }
 
+TEST_F(MemoryTest, AppendGoesThroughTheScratchFileAndReadsEmptyFiles) {
+    write_file("new.tmp", "b\n");
+    write_file("main.his", "a\n");
+    append("main.his", "new.tmp");
+    EXPECT_EQ(read_file("main.his"), "a\nb\n");
+    EXPECT_EQ(read_file("APPEND.TMP"), "a\nb\n"); // left in place
+    // A missing destination is reported and becomes a copy of the source.
+    EXPECT_TRUE(
+        has(output_of([] { append("none.his", "new.tmp"); }), "? Unable to open none.his\n"));
+    EXPECT_EQ(read_file("none.his"), "b\n");
+
+    write_file("empty.dat", "");
+    EXPECT_EQ(take(alloc_file("empty.dat", "test", false)), "");
+
+    struct tm when;
+    const char *end = strptime(timestamp(), "%a %d-%b-%Y %H:%M:%S", &when);
+    EXPECT_TRUE(end != nullptr && *end == '\0') << timestamp();
+}
+
 TEST_F(MemoryTest, SafeFileReplacesTheOldFileOnlyOnASuccessfulCommit) {
     write_file("data.dat", "old\n");
     chmod("data.dat", 0640);

@@ -144,8 +144,13 @@ TEST_F(OutputTest, PendingLineFollowsSetOFileAndDiesWithClose) {
     o_lstring("partial", 0, false);
     EXPECT_EQ(set_o_file(other), sink);
     EXPECT_EQ(taken(other), "partial");
+    // A failed open keeps the pending line for the next destination.
+    o_lstring("held", 0, false);
+    output_of([] { EXPECT_EQ(open_o_file("no-dir/X.LIS", "output"), nullptr); });
+    EXPECT_EQ(get_o_file(), nullptr);
     set_o_file(sink);
     fclose(other);
+    EXPECT_EQ(taken(), "held");
 
     // Closing drops the unfinished line.
     write_file("REPORT.LIS", "old\n");

@@ -24,6 +24,43 @@ TEST_F(ParseTest, FindCommandPrefersAnExactMatchToAPrefix) {
     }
 }
 
+// The tilde, the blank answer and the refused answer of the word, line,
+// number and menu questions.
+TEST_F(ParseTest, WordsLinesNumbersAndMenus) {
+    static const char *const table[] = {"ALPHA", "BETA", "BETTER", nullptr};
+    const struct {
+        const char *input;
+        std::string (*ask)();
+        const char *result, *printed;
+    } cases[] = {
+        {"~\n", [] { return take(get_word("W", "X", true)); }, "", "W [X]: "},
+        {"?\n~\n", [] { return take(get_word("W", "", true)); }, "~",
+         "Enter a word (a string containing no spaces).\nW: "},
+        {"?\nx\n", [] { return take(get_word("W", "D", true)); }, "X",
+         "Enter a word (a string containing no spaces).\nEnter tilde ~ to leave the word "
+         "blank.\nW [D]: "},
+        {"?\n~\n", [] { return take(get_line("L", "X", false, false)); }, "~",
+         "Enter a line of text.\nL [X]: "},
+        {"~\n", [] { return take(get_line("L", "", false, true)); }, "", "L: "},
+        {"?\n\n", [] { return take(get_line("L", "X", false, true)); }, "X",
+         "Enter a line of text.\nEnter tilde ~ to leave the line blank.\nL [X]: "},
+        {"\n", [] { return std::to_string(get_number("N", 7)); }, "7", "N [7]: "},
+        {"5x\n-3\n", [] { return std::to_string(get_number("N", 7)); }, "-3",
+         "? Improper format for a number: \"5X\"\n"},
+        {"?\nq\nbe\n~\nbett\n", [] { return std::to_string(get_list("M", "", table, false)); }, "2",
+         "ALPHA\nBETA\nBETTER\nM: ? Unrecognized \"Q\"\nM: ? Ambiguous - please type a longer "
+         "string - \"BE\"\nM: ? Ambiguous - please type a longer string - \"\"\n"},
+        {"~\n", [] { return std::to_string(get_list("M", "", table, true)); }, "-1", "M: "},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.input);
+        std::string answer;
+        std::string out = dialogue(c.input, [&] { answer = c.ask(); });
+        EXPECT_EQ(answer, c.result);
+        EXPECT_TRUE(has(out, c.printed)) << out;
+    }
+}
+
 TEST_F(ParseTest, Dates) {
     const struct {
         const char *text;
@@ -106,7 +143,8 @@ TEST_F(ParseTest, PhoneNumbers) {
                  {"617 555-1212", true, "(617)555-1212"},
                  {"6175551212", true, "(617)555-1212"},
                  {"555 1212 X7", true, "555-1212 X7"},
-                 {"011 555 1212", true, "011 555 1212"}, // international: kept as typed
+                 {"011 44 20 1234", true, "011 44 20 1234"}, // international: no pattern fits
+                 {"011 555 1212", true, "(011)555-1212"},    // but this one fits one
                  {"(617)555-1212 X100000", false, "(617)555-1212 X100000"},
                  {"000-1212", false, "000-1212"},
                  {"555-1212 x 7", false, "555-1212 x 7"}};

@@ -64,4 +64,17 @@ TEST_F(HistoryTest, DuplicatesAcrossCompanionAndTheQuickenSwitch) {
     EXPECT_TRUE(lee->payments->amount == 200 && lee->payments->next == nullptr);
 }
 
+// Only an empty line is skipped in the gas history; a line of blanks inside
+// a section is a (bad) record billed to CASH, outside one it is ignored.
+TEST_F(HistoryTest, GasLineOfBlanksIsARecord) {
+    write_file("VNKGAS.HIS", " \n$MISC\n\n \n");
+    std::string out = output_of([] { readGas("VNKGAS.HIS"); });
+    EXPECT_TRUE(has(out, "? Date \" \" is in bad format on line 4\n")) << out;
+    EXPECT_FALSE(has(out, "on line 1") || has(out, "on line 3")) << out;
+    customer *cash = fc_cust("CASH", "", false);
+    ASSERT_NE(cash, nullptr);
+    ASSERT_NE(cash->misc, nullptr);
+    EXPECT_EQ(cash->misc->next, nullptr);
+}
+
 } // namespace

@@ -33,6 +33,43 @@ TEST_F(ListsTest, TowPlaneTableLimits) {
               "? ERROR: not enough room in table of towplanes for husky\n");
 }
 
+std::vector<std::string> names_of(const namelist *list) {
+    std::vector<std::string> out;
+    for (; list; list = list->next)
+        out.push_back(list->name);
+    return out;
+}
+
+// Categories and flags stay in byte order with one copy of each name; fuel
+// grades keep the order they came in; empty names never enter a list.
+TEST_F(ListsTest, NameListsAndFlightTypes) {
+    free_mnames();
+    for (const char *name : {"b", "JUNIOR", "a", "", "JUNIOR"})
+        fc_category(name);
+    EXPECT_EQ(names_of(db.category_names), (std::vector<std::string>{"JUNIOR", "a", "b"}));
+    EXPECT_EQ(fc_category("a"), db.category_names->next->name);
+    EXPECT_EQ(fc_category(nullptr), nullptr);
+
+    customer *c = fc_cust("ADAMS", "", true);
+    EXPECT_EQ(fc_customer_flag(c, "BOARD", false), nullptr);
+    namelist *board = fc_customer_flag(c, "BOARD", true);
+    EXPECT_EQ(board->name, fc_namelist_entry(&db.flag_names, "BOARD", false, false)->name);
+    EXPECT_EQ(fc_customer_flag(c, "BOARD", false), board);
+    EXPECT_EQ(fc_customer_flag(nullptr, "BOARD", true), nullptr);
+
+    free_gas_grades();
+    for (const char *grade : {"JETA", "100", "", "JETA", "80"})
+        fc_gas_grade(grade, true);
+    EXPECT_EQ(names_of(db.gas_grades), (std::vector<std::string>{"JETA", "100", "80"}));
+    EXPECT_EQ(fc_gas_grade("jeta", false), nullptr);
+
+    const std::pair<const char *, int> types[] = {
+        {"", 0},           {"-", 0}, {"O", 0}, {"I", 2}, {"P", 4},      {"INSTRUCTIONAL", 2},
+        {"ROPE-BREAK", 3}, {"i", 5}, {"U", 5}, {"X", 5}, {"GLIDER", 5}, {"Other", 5}};
+    for (auto [text, code] : types)
+        EXPECT_EQ(translate_flight_type(text), code) << text;
+}
+
 // Each customer's list keeps its tail, so appending costs the same for the
 // ten-thousandth flight as for the first, and a removed tail is never
 // appended to.

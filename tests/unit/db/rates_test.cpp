@@ -94,7 +94,8 @@ TEST_F(RatesTest, CalcPriceMinimumExtraRoundingAndWrap) {
 }
 
 // A cost takes its sign from the whole part alone; digits past the third
-// decimal are dropped. The written form is checked through SAVE.
+// decimal are dropped. Written back, the costs come out newest first, blank
+// e-mail settings are left out and the flag labels are always there.
 TEST_F(RatesTest, PriceValueRule) {
     write_file("VNKPRICE.DAT", "$PRICE\tX\t3\n\tA\t-0.500\n\tB\t.5\n\tC\t5.\n\tD\t1.23456\n"
                                "\tE\t-12.007\n\tF\t-.5\n\tG\t1.2.3\n\tH\t1,5\n\tI\t1.X\n");
@@ -106,6 +107,16 @@ TEST_F(RatesTest, PriceValueRule) {
     for (auto [category, cost] : costs)
         EXPECT_EQ(lookup_rate("X", category, false), cost) << category;
     EXPECT_STREQ(db.nnumbers[2], "X"); // fast key 3
+
+    replace_str(&db.emailServer, "");
+    replace_str(&db.emailSender, " ");
+    db.price_changed = 1;
+    EXPECT_EQ(output_of(do_w_prices), "Prices file \"VNKPRICE.DAT\" written\n");
+    EXPECT_EQ(read_file("VNKPRICE.DAT"),
+              "$VERSION 2\n\n$PRICE\tX\t3\n\tE\t-12.007\n\tD\t1.234\n\tC\t5.000\n"
+              "\tB\t0.500\n\tA\t0.500\n\n$PRINT_BILLS_FOR_CASH_CUSTOMERS\tYES\n"
+              "$FLAG1\tFLAG1\n$FLAG2\tFLAG2\n");
+    EXPECT_EQ(output_of(do_w_prices), "Prices are up to date.\n");
 }
 
 } // namespace

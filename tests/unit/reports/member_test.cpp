@@ -5,16 +5,20 @@
 
 namespace {
 
-// What w_mbr wrote into a scratch file; the console must stay silent.
-std::string summary(const customer *c, bool full) {
-    FILE *file = tmpfile();
-    EXPECT_EQ(output_of([&] { w_mbr(c, full, file); }), "");
-    EXPECT_EQ(get_o_file(), stdout);
+std::string contents(FILE *file) {
     std::string text(static_cast<size_t>(ftell(file)), '\0');
     rewind(file);
     EXPECT_EQ(fread(text.data(), 1, text.size(), file), text.size());
     fclose(file);
     return text;
+}
+
+// What w_mbr wrote into a scratch file; the console must stay silent.
+std::string summary(const customer *c, bool full) {
+    FILE *file = tmpfile();
+    EXPECT_EQ(output_of([&] { w_mbr(c, full, file); }), "");
+    EXPECT_EQ(get_o_file(), stdout);
+    return contents(file);
 }
 
 using MemberTest = DbTest;
@@ -49,6 +53,19 @@ TEST_F(MemberTest, ShortAndFullForms) {
                                 "\n");
     c->cash = 1;
     EXPECT_EQ(summary(c, false), "ADAMS, AL\t\tFULL\tCash\n    Flags: BOARD  TOWPILOT\n");
+
+    // Printed past the formatter: a pending report line stays pending and
+    // the printer's carriage returns are not added.
+    FILE *file = tmpfile();
+    bool returns = set_insertReturn(true);
+    std::string console = output_of([&] {
+        o_lstring("Report:", 0, false);
+        w_mbr(c, false, file);
+        o_newline(0);
+    });
+    set_insertReturn(returns);
+    EXPECT_EQ(console, "Report:\r\n");
+    EXPECT_EQ(contents(file), "ADAMS, AL\t\tFULL\tCash\n    Flags: BOARD  TOWPILOT\n");
 
     // Without a first address line the others are not shown; a prior
     // category without a date is not shown either.
