@@ -38,6 +38,63 @@ template <class T> void append_record(T *&head, T *&tail, T *rec) {
     tail = rec;
 }
 
+// The new records of one customer in one batch, first to last.
+template <class T> struct Run {
+    customer *c = nullptr;
+    T *first = nullptr;
+    T *last = nullptr;
+};
+
+// Finds the run of a customer in an open-addressing table of runs.
+template <class T> Run<T> &run_of(std::vector<Run<T>> &runs, customer *c) {
+    uint64_t x = (uint64_t)(uintptr_t)c;
+    x ^= x >> 33;
+    x *= 0xff51afd7ed558ccdULL;
+    x ^= x >> 33;
+    size_t mask = runs.size() - 1;
+    for (size_t i = (size_t)x & mask;; i = (i + 1) & mask)
+        if (runs[i].c == nullptr || runs[i].c == c)
+            return runs[i];
+}
+
+// Builds each customer's run back to front, prepending every record, so
+// that only the records of the batch (in order, and so in cache) and a
+// small table are touched; appending one by one would store into each
+// customer's previous record, which with many customers lies far out of
+// cache. Each run is then hung after its customer's list.
+template <class T>
+void append_batch(std::vector<T *> &batch, T *customer::*head, T *customer::*tail) {
+    std::vector<Run<T>> runs(64);
+    size_t used = 0;
+    for (size_t i = batch.size(); i-- > 0;) {
+        T *rec = batch[i];
+        if (rec->customer == nullptr)
+            continue;
+        if ((used + 1) * 2 > runs.size()) {
+            std::vector<Run<T>> bigger(runs.size() * 2);
+            for (const Run<T> &r : runs)
+                if (r.c != nullptr)
+                    run_of(bigger, r.c) = r;
+            runs.swap(bigger);
+        }
+        Run<T> &run = run_of(runs, rec->customer);
+        if (run.c == nullptr) {
+            run.c = rec->customer;
+            run.last = rec;
+            used++;
+        }
+        rec->next = run.first;
+        run.first = rec;
+    }
+    for (const Run<T> &r : runs) {
+        if (r.c == nullptr)
+            continue;
+        append_record(r.c->*head, r.c->*tail, r.first);
+        r.c->*tail = r.last;
+    }
+    batch.clear();
+}
+
 // Unlinks rec from its customer's list; the caller has checked rec->customer.
 // Returns false when rec is not in the list.
 template <class T> bool unlink_record(T *&head, T *rec) {
@@ -174,6 +231,22 @@ void add_misc(misc *m, customer *c) {
 void add_payment(payment *p, customer *c) {
     if (p != nullptr && c != nullptr)
         append_record(c->payments, c->payments_tail, p);
+}
+
+void add_flights(std::vector<flight *> &batch) {
+    append_batch(batch, &customer::flights, &customer::flights_tail);
+}
+
+void add_gas_sales(std::vector<gas *> &batch) {
+    append_batch(batch, &customer::gas, &customer::gas_tail);
+}
+
+void add_miscs(std::vector<misc *> &batch) {
+    append_batch(batch, &customer::misc, &customer::misc_tail);
+}
+
+void add_payments(std::vector<payment *> &batch) {
+    append_batch(batch, &customer::payments, &customer::payments_tail);
 }
 
 // ---- Flights ------------------------------------------------------------------------

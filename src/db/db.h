@@ -8,6 +8,7 @@
 #include <string>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "conio/iosubs.h"
 #include "db/name_index.h"
@@ -267,6 +268,14 @@ void add_flight(flight *f, customer *c);
 void add_gas(gas *g, customer *c);
 void add_misc(misc *m, customer *c);
 void add_payment(payment *p, customer *c);
+// A file reader's records (customer set, next null), linked onto their
+// customers' lists once the file is read: the same lists as add_* on each
+// record in turn, without touching each customer's earlier records. The
+// batch is emptied.
+void add_flights(std::vector<flight *> &batch);
+void add_gas_sales(std::vector<struct gas *> &batch);
+void add_miscs(std::vector<struct misc *> &batch);
+void add_payments(std::vector<payment *> &batch);
 
 void free_flight_contents(flight *f);
 void free_flight(flight *f);

@@ -275,6 +275,7 @@ void readFlights(const char *file) {
             seen.insert(c, f->date, f->number);
 
     DateCache dates;
+    std::vector<flight *> read; // linked onto the customers at the end
     int version = 1;
     int line_number = 0;
     char line[LINE_MAX_TEXT + 4];
@@ -307,7 +308,7 @@ void readFlights(const char *file) {
         customer *c = account_or_cash(account, line_number);
         f->customer = c;
         f->invoice = receipt_number(account);
-        add_flight(f, c);
+        read.push_back(f);
 
         f->plane = alloc_str(field[4]);
         f->pilot = alloc_str(field[5]);
@@ -358,6 +359,7 @@ void readFlights(const char *file) {
                    line_number, i_convertTimeToString(f->date), f->number, c->lastname,
                    c->firstname);
     }
+    add_flights(read);
     close_history(in, file);
 }
 
@@ -412,6 +414,8 @@ void readGas(const char *file) {
     printf("Reading gas history file: \"%s\"\n", file);
 
     DateCache dates;
+    std::vector<misc *> miscs_read; // linked onto the customers at the end
+    std::vector<gas *> sales_read;
     GasSection section = GasSection::NONE;
     int version = 1;
     int line_number = 0;
@@ -459,7 +463,7 @@ void readGas(const char *file) {
             m->invoice = s.invoice;
             m->next = nullptr;
             m->why = nullptr;
-            add_misc(m, s.c);
+            miscs_read.push_back(m);
             int next = 5;
             m->taxable = 0;
             if (version >= 2) {
@@ -481,7 +485,7 @@ void readGas(const char *file) {
             g->plane = nullptr;
             g->pilot = nullptr;
             g->next = nullptr;
-            add_gas(g, s.c);
+            sales_read.push_back(g);
             g->charge = read_charge(field[5], line_number, file);
             namelist *grade = fc_gas_grade(field[6], false);
             g->grade = grade != nullptr ? grade->name : "GAS100";
@@ -500,6 +504,8 @@ void readGas(const char *file) {
             g->pilot = alloc_str(field[9]);
         }
     }
+    add_miscs(miscs_read);
+    add_gas_sales(sales_read);
     close_history(in, file);
 }
 

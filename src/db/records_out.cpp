@@ -38,7 +38,9 @@ void o_tenths(long value, int column) {
 
 // The file form is single tabs between fields: a column after a short
 // field would otherwise pad the line with blanks.
-int at(bool tabbed, int column) { return tabbed ? 0 : column; }
+int at(bool tabbed, int column) {
+    return tabbed ? 0 : column;
+}
 
 void o_clock(long minutes) {
     char text[48];

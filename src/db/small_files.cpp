@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "db/db.h"
 #include "db/file_lines.h"
@@ -198,6 +199,7 @@ void readPaymentsFile(const char *name) {
     // lines start at once; a "$" line switches them off until told again.
     int version = 1;
     bool payment_lines = true;
+    std::vector<payment *> read; // linked onto the customers at the end
     char line[LINE_MAX_TEXT + 3];
     int line_number = 0;
     while (read_line(file, line, LINE_MAX_TEXT + 2)) {
@@ -276,8 +278,9 @@ void readPaymentsFile(const char *name) {
         p->amount = static_cast<int32_t>(amount);
         p->check = static_cast<int32_t>(check);
         p->note = alloc_str(note.c_str());
-        add_payment(p, c);
+        read.push_back(p);
     }
+    add_payments(read);
     fclose(file);
 }
 
