@@ -585,43 +585,38 @@ Replaced replace_history(const char *temp_name, const char *history_name, const 
     return rename(temp_name, history_name) == 0 ? Replaced::WITHOUT_BACKUP : Replaced::LOST;
 }
 
+// Every customer's records of one kind, in customer order, one a line in
+// the file form.
+template <class T>
+void write_records(T *customer::*list, void (*print)(const T *, int, bool, bool)) {
+    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+        for (T *rec = c->*list; rec != nullptr; rec = rec->next) {
+            print(rec, 0, false, true);
+            o_newline(0);
+        }
+}
+
 void write_gas_and_misc() {
     o_text_line("$VERSION 2");
     o_text_line("$MISC");
     o_text_line("!Date\t\tSheet\tLine\tAccount\t\tTax\tCents\tCharge (credit) is for");
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
-        for (misc *m = c->misc; m != nullptr; m = m->next) {
-            o_misc_struct(m, 0, false, true);
-            o_newline(0);
-        }
+    write_records(&customer::misc, o_misc_struct);
     o_text_line("$GAS");
     o_text_line("!Date\t\tSheet\tLine\tAccount\t\tCents\tGrade\tGallons\tPlane\tPilot");
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
-        for (gas *g = c->gas; g != nullptr; g = g->next) {
-            o_gas_struct(g, 0, false, true);
-            o_newline(0);
-        }
+    write_records(&customer::gas, o_gas_struct);
 }
 
 void write_payments() {
     o_text_line("$VERSION 3");
     o_text_line("$PAYMENTS");
     o_text_line("!Date\tCents\tCheck\tAccount\t\tNote");
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
-        for (payment *p = c->payments; p != nullptr; p = p->next) {
-            o_payment_struct(p, 0, false, true);
-            o_newline(0);
-        }
+    write_records(&customer::payments, o_payment_struct);
 }
 
 void write_flights() {
     o_text_line("$VERSION 2");
     o_text_line("!Date\t\tNumber\tAccount\t\t\tPlane\tPilot\tType\tCFI\tPass");
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
-        for (flight *f = c->flights; f != nullptr; f = f->next) {
-            o_flight_struct(f, 0, false, true);
-            o_newline(0);
-        }
+    write_records(&customer::flights, o_flight_struct);
 }
 
 } // namespace

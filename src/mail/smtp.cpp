@@ -327,7 +327,7 @@ bool Smtp::ConnectServer(const char *server, unsigned short port) {
     bCon = false;
     hSocket = INVALID_SOCKET;
 
-    // "host:port" names the port; the host alone is looked up and greeted.
+    // "host:port" names the port; the host alone is looked up.
     std::string host = server;
     unsigned short hostPort = 0;
     if (smtp_split_server(server, host, hostPort) && port == 0)
@@ -339,9 +339,10 @@ bool Smtp::ConnectServer(const char *server, unsigned short port) {
         return false;
     }
 
-    // HELO goes out before the greeting is read, and names the server.
+    // HELO goes out before the greeting is read, and names the server just
+    // as it was given to us.
     char command[COMMAND_SIZE];
-    snprintf(command, sizeof command, "HELO %s\r\n", host.c_str());
+    snprintf(command, sizeof command, "HELO %s\r\n", server);
     if (!send_all(hSocket, command, strlen(command))) {
         printf("Socket send error: %d\r\n", errno);
         return false;

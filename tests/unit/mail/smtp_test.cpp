@@ -20,7 +20,6 @@ using Clock = std::chrono::steady_clock;
 
 const char *const TO = "member@example.org";
 const char *const FROM = "club@example.org";
-const std::string HELO = "HELO 127.0.0.1\r\n";
 const std::string MAIL = "MAIL FROM: <club@example.org>\r\n";
 const std::string RCPT = "RCPT TO: <member@example.org<member@example.org>\r\n";
 
@@ -48,8 +47,13 @@ std::string mask_date(std::string wire, time_t before, time_t after) {
     return wire.replace(at, end - at, "DATE: *\r\n");
 }
 
-std::string whole_dialogue(const std::string &convertedBody) {
-    return HELO + MAIL + RCPT +
+// HELO names the server exactly as it was passed in, port and all.
+std::string helo(const std::string &server) {
+    return "HELO " + server + "\r\n";
+}
+
+std::string whole_dialogue(const std::string &server, const std::string &convertedBody) {
+    return helo(server) + MAIL + RCPT +
            "DATA\r\nDATE: *\r\nFROM: \"VARNOK\"<club@example.org>\r\n"
            "To: member@example.org<member@example.org>\r\nCc: \r\n"
            "Subject: Your statement\r\nReply-To: club@example.org\r\n"
@@ -66,7 +70,7 @@ bool wait_readable(int fd, Clock::time_point deadline) {
 
 struct Outcome {
     bool result;
-    std::string out, wire;
+    std::string out, wire, server;
 };
 
 // Runs sendmail against a peer that records every byte until the client
@@ -75,7 +79,6 @@ struct Outcome {
 // sends the next of the six replies in one piece.
 Outcome run_sendmail(const std::array<std::string, 6> &replies, const char *body,
                      const std::string &bodyEnd = "\r\n.\r\n") {
-    const std::string after[6] = {HELO, MAIL, RCPT, "DATA\r\n", bodyEnd, "QUIT\r\n"};
     int listener = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in sa{};
     sa.sin_family = AF_INET;
@@ -85,6 +88,8 @@ Outcome run_sendmail(const std::array<std::string, 6> &replies, const char *body
                 listen(listener, 1) == 0 &&
                 getsockname(listener, reinterpret_cast<sockaddr *>(&sa), &len) == 0);
     Outcome o;
+    o.server = "127.0.0.1:" + std::to_string(ntohs(sa.sin_port));
+    const std::string after[6] = {helo(o.server), MAIL, RCPT, "DATA\r\n", bodyEnd, "QUIT\r\n"};
     bool timedOut = false;
     std::thread peer([&] {
         auto deadline = Clock::now() + std::chrono::seconds(5);
@@ -106,10 +111,9 @@ Outcome run_sendmail(const std::array<std::string, 6> &replies, const char *body
         if (conn >= 0)
             close(conn);
     });
-    std::string server = "127.0.0.1:" + std::to_string(ntohs(sa.sin_port));
     time_t before = time(nullptr);
     o.out = output_of([&] {
-        o.result = sendmail(TO, TO, "Your statement", body, "VARNOK", FROM, FROM, server.c_str());
+        o.result = sendmail(TO, TO, "Your statement", body, "VARNOK", FROM, FROM, o.server.c_str());
     });
     time_t done = time(nullptr);
     peer.join();
@@ -135,7 +139,8 @@ TEST(SmtpDialogue, SendmailWritesTheWholeConversationWithRepliesOneStepLate) {
     tzset();
     EXPECT_TRUE(o.result);
     EXPECT_EQ(o.out, "");
-    EXPECT_EQ(o.wire, whole_dialogue("Dear member,\r\nsent from\nthe club\r\r\n.\r\nfrom M\r\n"));
+    EXPECT_EQ(o.wire,
+              whole_dialogue(o.server, "Dear member,\r\nsent from\nthe club\r\r\n.\r\nfrom M\r\n"));
 }
 
 TEST(SmtpMessage, DateLineKeepsTheMarkerOnTheTwentyFourHourClock) {
@@ -161,7 +166,7 @@ TEST(SmtpDialogue, EachCheckReportsButTheDialogueRunsToTheEnd) {
     EXPECT_EQ(o.out, "SMTP warning, at connect got: 554 busy\r\n\r\n\r\n"
                      "SMTP problem, at send got: 451 later\r\n250 a\r\n354 b\r\n250 c\r\n\r\n\r\n"
                      "SMTP problem at disconnect, got: 221 bye\r\n\r\n\r\n");
-    EXPECT_EQ(o.wire, whole_dialogue("one\r\ntwo\r\n"));
+    EXPECT_EQ(o.wire, whole_dialogue(o.server, "one\r\ntwo\r\n"));
 }
 
 TEST(SmtpDialogue, SplitAndMergedRepliesAreJudgedOnTheAccumulatedText) {
@@ -171,12 +176,41 @@ TEST(SmtpDialogue, SplitAndMergedRepliesAreJudgedOnTheAccumulatedText) {
                               "x\n");
     EXPECT_TRUE(ok.result);
     EXPECT_EQ(ok.out, "");
-    EXPECT_EQ(ok.wire, whole_dialogue("x\r\n"));
+    EXPECT_EQ(ok.wire, whole_dialogue(ok.server, "x\r\n"));
 
     Outcome refused = run_sendmail(
         {"220 hi\r\n", "5", "50 no\r\n", "250 late\r\n", "354 go\r\n", "250 bye\r\n"}, "x\n");
     EXPECT_FALSE(refused.result);
     EXPECT_EQ(refused.out, "SMTP problem, at send got: 550 no\r\n250 late\r\n354 go\r\n\r\n\r\n");
+}
+
+TEST(SmtpDialogue, FailuresBeforeTheDialogueOnlyReport) {
+    // A port nobody listens on: the connect fails and nothing else happens.
+    int probe = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in sa{};
+    sa.sin_family = AF_INET;
+    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof sa;
+    ASSERT_EQ(bind(probe, reinterpret_cast<sockaddr *>(&sa), len), 0);
+    getsockname(probe, reinterpret_cast<sockaddr *>(&sa), &len);
+    close(probe);
+    std::string closed = "127.0.0.1:" + std::to_string(ntohs(sa.sin_port));
+    bool result = true;
+    EXPECT_EQ(output_of([&] {
+                  result = sendmail(TO, TO, "s", "b\n", "VARNOK", FROM, FROM, closed.c_str());
+              }),
+              "Invalid socket\r\n");
+    EXPECT_FALSE(result);
+
+    Smtp mail;
+    EXPECT_EQ(output_of([&] { result = mail.Send() || mail.Disconnect(); }),
+              "Please specifiy a sender email address\r\nNot connected to server!\r\n");
+    EXPECT_FALSE(result);
+    mail.SetSenderEmail(FROM);
+    EXPECT_FALSE(mail.AddRecipient("", "nobody"));
+    EXPECT_EQ(output_of([&] { result = mail.Send(); }),
+              "Please add a message recipient!\r\nFailed to format message header\r\n");
+    EXPECT_FALSE(result);
 }
 
 TEST(SmtpRealServer, AiosmtpdRefusesTheRecipientLineAndWithItTheMessage) {
