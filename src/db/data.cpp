@@ -3,7 +3,6 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
-#include <unordered_map>
 
 #include "db/db.h"
 

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <map>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
