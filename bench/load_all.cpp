@@ -15,7 +15,6 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "billing/billing.h"
 #include "db/db.h"
 
 namespace {
@@ -56,7 +55,7 @@ int main(int argc, char **argv) {
         perror("load_all.log");
         return 1;
     }
-    do_init();
+    db_init();
 
     Clock::time_point start = Clock::now();
     maybe_read();

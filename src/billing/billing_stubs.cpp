@@ -2,6 +2,21 @@
 #include "billing/billing.h"
 #include "conio/iosubs.h"
 
+BillingState billing;
+
+void billing_reset() {
+    for (charges *c = billing.all_charges; c != nullptr;) {
+        charges *next = c->next;
+        free_misc_breakdown(c->misc_breakdown);
+        errfree(c->name);
+        errfree(c);
+        c = next;
+    }
+    billing.all_charges = nullptr;
+    billing.bills_started = (char *)errfree(billing.bills_started);
+    billing.bills_ended = (char *)errfree(billing.bills_ended);
+}
+
 void do_fullBills() {
     notyet("BILLS");
 }

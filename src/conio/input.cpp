@@ -6,7 +6,6 @@
 
 #include "conio/iosubs.h"
 #include "conio/output_state.h"
-#include "shell/shell.h"
 
 namespace {
 

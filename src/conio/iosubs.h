@@ -1,5 +1,7 @@
-// The console I/O library: counted memory, line input with type-ahead,
-// prompts and field parsers, and the column-aware output formatter.
+// The console I/O library, the bottom layer: counted memory and the file
+// utilities, line input with type-ahead, prompts and field parsers, the
+// column-aware output formatter and its destinations, and log_error, through
+// which every layer reports. Uses only the standard library and POSIX.
 #pragma once
 
 #include <cstddef>
@@ -21,6 +23,15 @@ int file_close(FILE *file, const char *name);
 void notyet(const char *what);
 const char *timestamp();
 
+// The program's name (also its prompt) and the banner's version text, which
+// reports stamp on their pages.
+extern const char *const program_name;
+extern const char *const program_version;
+
+// "Error at <time>:\n  <message>\n" on standard output; every layer reports
+// through it.
+void log_error(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
 // Replaces *slot by a fresh copy of text, freeing the old one.
 void replace_str(char **slot, const char *text);
 
@@ -32,9 +43,9 @@ struct SafeFile {
     char final_name[512] = "";
     char temp_name[520] = "";
 };
-FILE *safe_open(SafeFile &sf, const char *name);   // nullptr: nothing was created
-bool safe_commit(SafeFile &sf); // false: old file untouched, temporary removed
-void safe_abort(SafeFile &sf);  // drops the temporary file
+FILE *safe_open(SafeFile &sf, const char *name); // nullptr: nothing was created
+bool safe_commit(SafeFile &sf);                  // false: old file untouched, temporary removed
+void safe_abort(SafeFile &sf);                   // drops the temporary file
 
 // ---- Line input, indirect command files, command log ------------------------
 
@@ -125,8 +136,7 @@ void o_tow_height(long h, int col, bool force);
 void o_rtow_height(long h, int col, bool force);
 void o_newline(int line);
 void o_formfeed();
-void o_lprintf(int col, bool force, const char *format, ...)
-    __attribute__((format(printf, 3, 4)));
+void o_lprintf(int col, bool force, const char *format, ...) __attribute__((format(printf, 3, 4)));
 void o_quoted_lstring(const char *text, int col, bool force);
 void o_lfloat(double value, int col, bool force);
 void o_rfloat(double value, int col, bool force);

@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include "conio/iosubs.h"
-#include "shell/shell.h"
 
 namespace {
 

@@ -21,7 +21,6 @@
 
 #include "conio/iosubs.h"
 #include "conio/output_state.h"
-#include "shell/shell.h"
 
 extern char **environ;
 

@@ -11,8 +11,8 @@
 #include <string>
 
 #include "db/db.h"
-#include "maint/maint.h"
-#include "reports/reports.h"
+
+void (*modify_customer_hook)(customer *c) = nullptr;
 
 namespace {
 
@@ -318,7 +318,10 @@ char *get_account(const char *prompt, const char *def, bool allow_add, customer 
         errfree(firstname);
         errfree(lastname);
         *customer_out = c;
-        modify_customer(c);
+        if (modify_customer_hook)
+            modify_customer_hook(c);
+        else
+            notyet("MODIFY-CUSTOMER");
         db.cust_changed = 1;
         w_mbr(c, false, stdout);
         return line;

@@ -1,5 +1,8 @@
 // The club database: records and lists, customer and rate lookup, the
-// readers and writers of every data file, and transaction record printing.
+// readers and writers of every data file, transaction and customer record
+// printing, and the run-time state of the database's life cycle (current
+// date, file names, read/changed/computed flags, READ, FILENAMES). Uses the
+// console library only.
 #pragma once
 
 #include <cstdint>
@@ -183,6 +186,12 @@ extern const char flight_type_id[];      // "OCIRPU"
 // Everything the database holds, in one place so that start-up, RESET and
 // the tests can drop it with one call.
 struct DbState {
+    long curDate = 0; // local midnight of the program's current date
+    // Bills and time summaries stay valid until new data is remembered or
+    // removed; entry and maintenance clear these, billing sets them.
+    char bills_computed = 0;
+    char times_computed = 0;
+
     customer *cust_list = nullptr;
     customer *last_cust = nullptr;
     char cust_changed = 0;
@@ -254,6 +263,23 @@ extern DbState db;
 // Drops every list and setting and returns the database to its start-up
 // state, file names included. Used by tests; start-up has its own order.
 void db_reset();
+
+// ---- Run-time state: start-up, READ, FILENAMES ---------------------------------
+
+// The database's share of start-up and RESET: today's date, the default
+// file names, every list freed and every flag cleared.
+void db_init();
+void do_read();
+void do_r_all();
+void do_filenames();
+void do_flagnames();
+int create_empty_file(const char *name);
+int set_invoice_number(int32_t *out, const char *text);
+
+// The customer editor belongs to maintenance, above this layer; the shell
+// installs it at start-up so that the account prompt can open a customer it
+// has just added. Until then the prompt says the editor is not there.
+extern void (*modify_customer_hook)(customer *c);
 
 // ---- Data model and in-memory lists ----------------------------------------
 
@@ -363,3 +389,8 @@ void o_gas_struct(const gas *g, int indent, bool date_flag, bool tabbed);
 void o_payment_struct(const payment *p, int indent, bool date_flag, bool tabbed);
 void o_flight_struct(const flight *f, int indent, bool date_flag, bool tabbed);
 void o_now_info(bool show_version, int column);
+
+// One customer's summary, printed straight into `file` (not through the
+// formatter): the account prompt shows it while a report may be pending.
+void w_mbr(const customer *c, bool full, FILE *file);
+void w_mbr_flags(const customer *c);

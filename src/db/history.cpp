@@ -13,7 +13,6 @@
 #include <unordered_map>
 #include <vector>
 
-#include "billing/billing.h"
 #include "conio/iosubs.h"
 #include "db/db.h"
 

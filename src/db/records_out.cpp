@@ -2,10 +2,8 @@
 // the history files or in columns for the console and reports.
 #include <cstdio>
 
-#include "billing/billing.h"
 #include "conio/iosubs.h"
 #include "db/db.h"
-#include "shell/shell.h"
 
 namespace {
 
@@ -163,7 +161,7 @@ void o_flight_struct(const flight *f, int indent, bool date_flag, bool tabbed) {
 
 void o_now_info(bool show_version, int column) {
     o_lstring("Computed on", column, true);
-    o_lstring(i_convertTimeToString(billing.curDate), 0, true);
+    o_lstring(i_convertTimeToString(db.curDate), 0, true);
     if (show_version) {
         o_lstring("by", 0, true);
         o_lstring(program_name, 0, true);

@@ -1,4 +1,5 @@
-// Data entry: the ENTER dialogues.
+// Data entry: the ENTER dialogues. Uses the database and the console
+// library.
 #pragma once
 
 void do_enter();

@@ -1,4 +1,6 @@
-// Customer maintenance: ADD, CHANGE and REMOVE.
+// Customer maintenance: ADD, CHANGE and REMOVE, and the customer editor
+// that the account prompt opens through its hook. Uses the database and the
+// console library.
 #pragma once
 
 struct customer;

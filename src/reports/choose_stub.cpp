@@ -2,4 +2,6 @@
 #include "reports/reports.h"
 
 // The outputs menu behind TYPE, SHOW, PRINT and WRITE comes with the reports.
-void w_choose() { notyet("OUTPUTS"); }
+void w_choose() {
+    notyet("OUTPUTS");
+}

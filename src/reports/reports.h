@@ -1,10 +1,7 @@
-// Reports and exports: output selection and the report writers.
+// Reports and exports: the output selection behind TYPE, SHOW, PRINT and
+// WRITE, and the report writers. Uses billing, the database, mail and the
+// console library.
 #pragma once
 
-#include <cstdio>
-
-struct customer;
-
 void w_choose();
-void w_mbr(const customer *c, bool full, FILE *file);
-void w_mbr_flags(const customer *c);
+void do_email();

@@ -11,13 +11,7 @@
 #include "reports/reports.h"
 #include "shell/shell.h"
 
-// do_email (SEND-BY-EMAIL) belongs to the mail capture, built later.
-void do_email();
-
 ShellState shell;
-
-const char *const program_name = "VARNOK";
-const char *const program_version = "Version 10(116)";
 
 // The order matters: a prefix that reaches two rows is ambiguous even when
 // a later row would match it exactly.
@@ -132,10 +126,10 @@ void do_clearexpert() {
 }
 
 void do_setdate() {
-    char *answer = get_date("Date (mm-dd-yy)", i_convertTimeToString(billing.curDate));
-    billing.curDate = i_convertDateToTime(answer);
+    char *answer = get_date("Date (mm-dd-yy)", i_convertTimeToString(db.curDate));
+    db.curDate = i_convertDateToTime(answer);
     errfree(answer);
-    printf("Date set to: %s\n", i_convertTimeToString(billing.curDate));
+    printf("Date set to: %s\n", i_convertTimeToString(db.curDate));
 }
 
 void do_exit() {
@@ -185,10 +179,11 @@ static void end_of_input() {
 }
 
 int do_main(const char *version, const char *prompt) {
+    modify_customer_hook = modify_customer;
     do_init();
     i_setEndOfInputHandler(end_of_input);
     printf("%s\n\n", version);
-    printf("Date set to: %s\n", i_convertTimeToString(billing.curDate));
+    printf("Date set to: %s\n", i_convertTimeToString(db.curDate));
     while (!shell.exit_flag) {
         char *word = get_commandWord(prompt, "", true);
         do_command_table(word);

@@ -1,6 +1,9 @@
-// The command shell: main loop, command table, HELP, EXPERT, DATE, EXIT,
-// the output front ends and OPTIONS.
+// The command shell, the top layer: main loop, command table, HELP, EXPERT,
+// DATE, EXIT, the output front ends, OPTIONS, start-up and RESET, and the
+// hooks it installs in the layers below. Uses every other layer.
 #pragma once
+
+#include "conio/iosubs.h"
 
 struct command {
     const char *name;
@@ -10,8 +13,6 @@ struct command {
 };
 
 extern const command commands[];
-extern const char *const program_name;
-extern const char *const program_version;
 
 struct ShellState {
     char exit_flag = 0;
@@ -35,4 +36,5 @@ void do_print();
 void do_write();
 void do_options();
 
-void log_error(const char *format, ...) __attribute__((format(printf, 1, 2)));
+// Start-up and RESET: every layer back to its start-up state, nothing read.
+void do_init();

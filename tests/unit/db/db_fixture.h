@@ -5,7 +5,6 @@
 #include <cstring>
 #include <string>
 
-#include "billing/billing.h"
 #include "db/db.h"
 #include "testutil.h"
 
@@ -14,7 +13,7 @@ class DbTest : public TempDirTest {
     void SetUp() override {
         TempDirTest::SetUp();
         db_reset();
-        do_init();
+        db_init();
     }
 
     void TearDown() override {

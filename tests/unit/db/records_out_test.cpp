@@ -38,7 +38,7 @@ TEST_F(RecordsOutTest, ScreenColumns) {
     EXPECT_EQ(line_of([&] { o_flight_struct(&f, 0, false, false); }),
               "6-7-2005 7 #12 N123 JOHN U BOB TP PAWNEE 2.5 9:30 10:05\n");
 
-    billing.curDate = date;
+    db.curDate = date;
     EXPECT_EQ(line_of([] { o_now_info(true, 0); }),
               "Computed on 6-7-2005 by VARNOK\n    Version 10(116)\n\n");
     EXPECT_EQ(line_of([] { o_now_info(false, 16); }), "               Computed on 6-7-2005\n\n");

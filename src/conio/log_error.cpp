@@ -2,7 +2,9 @@
 #include <cstdio>
 
 #include "conio/iosubs.h"
-#include "shell/shell.h"
+
+const char *const program_name = "VARNOK";
+const char *const program_version = "Version 10(116)";
 
 void log_error(const char *format, ...) {
     char message[404];

@@ -1,7 +1,6 @@
 #include <string>
 
 #include "db/db_fixture.h"
-#include "reports/reports.h"
 
 namespace {
 

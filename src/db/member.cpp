@@ -11,7 +11,6 @@
 
 #include "conio/iosubs.h"
 #include "db/db.h"
-#include "reports/reports.h"
 
 namespace {
 

@@ -1,16 +1,12 @@
-// The program's run-time state: start-up and RESET, READ, FILENAMES, the
-// outdated flag labels, and two small helpers shared by entry, end of
-// period and export.
+// The database's run-time state: its share of start-up and RESET, READ,
+// FILENAMES, the outdated flag labels, and two small helpers shared by
+// entry, end of period and export.
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 
-#include "billing/billing.h"
 #include "conio/iosubs.h"
 #include "db/db.h"
-#include "shell/shell.h"
-
-BillingState billing;
 
 namespace {
 
@@ -27,18 +23,6 @@ void keep_superseded(char *name) {
         return;
     Superseded *s = new Superseded{name, superseded_names};
     superseded_names = s;
-}
-
-void free_all_charges() {
-    charges *c = billing.all_charges;
-    while (c != nullptr) {
-        charges *next = c->next;
-        free_misc_breakdown(c->misc_breakdown);
-        errfree(c->name);
-        errfree(c);
-        c = next;
-    }
-    billing.all_charges = nullptr;
 }
 
 // Today at local midnight, by way of the date text, as the date prompt
@@ -89,12 +73,8 @@ void ask_flag_label(char *label, const char *prompt) {
 
 } // namespace
 
-void do_init() {
-    shell.exit_flag = 0;
-    set_o_file(stdout);
-    shell.expert_mode = 0;
-
-    billing.curDate = today();
+void db_init() {
+    db.curDate = today();
 
     replace_str(&db.abbrevfile, "VNKABBRV.DAT");
     replace_str(&db.pricefile, "VNKPRICE.DAT");
@@ -127,15 +107,11 @@ void do_init() {
     free_flag_names();
     free_gas_grades();
 
-    billing.bills_computed = 0;
-    billing.bills_started = (char *)errfree(billing.bills_started);
-    billing.bills_ended = (char *)errfree(billing.bills_ended);
-    billing.times_computed = 0;
+    db.bills_computed = 0;
+    db.times_computed = 0;
 
     snprintf(db.sharetext, sizeof db.sharetext, "%s", "FLAG1");
     snprintf(db.boardtext, sizeof db.boardtext, "%s", "FLAG2");
-
-    free_all_charges();
 
     db.balances_changed = 0;
     db.balances_read = 0;

@@ -1,0 +1,92 @@
+#!/usr/bin/env python3
+"""Checks the program's include graph against src/layers.txt.
+
+Every `#include "X/..."` in src/<layer>/ must name the layer itself or one
+listed on its line; each listed layer must stand higher up the file (so the
+graph has no cycles) and must really be used; and a unit test under
+tests/unit/<layer>/ may include only what its layer links.
+Usage: layering.py SRC_DIR
+"""
+import pathlib
+import re
+import sys
+
+INCLUDE = re.compile(r'^\s*#\s*include\s+"([a-z]+)/', re.M)
+
+
+def read_layers(path):
+    layers = {}
+    for number, line in enumerate(path.read_text().splitlines(), 1):
+        line = line.split("#", 1)[0].strip()
+        if not line:
+            continue
+        name, _, uses = line.partition(":")
+        layers[name.strip()] = (number, uses.split())
+    return layers
+
+
+def includes(path):
+    text = path.read_text(errors="replace")
+    for match in INCLUDE.finditer(text):
+        yield text.count("\n", 0, match.start()) + 1, match.group(1)
+
+
+def closure(layers, name):
+    seen, todo = set(), [name]
+    while todo:
+        for use in layers[todo.pop()][1]:
+            if use not in seen:
+                seen.add(use)
+                todo.append(use)
+    return seen | {name}
+
+
+def main():
+    src = pathlib.Path(sys.argv[1])
+    tests = src.parent / "tests" / "unit"
+    layers = read_layers(src / "layers.txt")
+    order = list(layers)
+    faults = []
+
+    for name, (number, uses) in layers.items():
+        for use in uses:
+            if use not in layers:
+                faults.append(f"layers.txt:{number}: {name} uses unknown layer {use}")
+            elif order.index(use) >= order.index(name):
+                faults.append(f"layers.txt:{number}: {name} uses {use}, which is not below it")
+
+    for name, (number, uses) in layers.items():
+        files = [src / "main.cpp"] if name == "main" else sorted((src / name).glob("*.[ch]*"))
+        used = set()
+        for path in files:
+            for line, target in includes(path):
+                if target not in layers or target == name:
+                    continue
+                used.add(target)
+                if target not in uses:
+                    faults.append(f"{path.relative_to(src.parent)}:{line}: {name} includes {target}/,"
+                                  f" which layers.txt does not let it use")
+        for use in sorted(set(uses) - used):
+            faults.append(f"layers.txt:{number}: {name} lists {use} but includes nothing of it")
+
+    for folder in sorted(p for p in tests.glob("*") if p.is_dir()):
+        if folder.name not in layers:
+            faults.append(f"{folder}: no layer of that name")
+            continue
+        allowed = closure(layers, folder.name)
+        for path in sorted(folder.glob("*.[ch]*")):
+            for line, target in includes(path):
+                if target in layers and target not in allowed:
+                    faults.append(f"{path.relative_to(src.parent)}:{line}: a test of {folder.name}"
+                                  f" includes {target}/, which {folder.name} does not link")
+
+    for fault in faults:
+        print(fault)
+    if faults:
+        return 1
+    print(f"{len(layers)} layers, include graph as listed")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
