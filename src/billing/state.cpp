@@ -1,4 +1,4 @@
-// Commands whose work is not written yet: each says so and returns.
+// Billing's module state and its share of start-up and RESET.
 #include "billing/billing.h"
 #include "conio/iosubs.h"
 
@@ -15,17 +15,4 @@ void billing_reset() {
     billing.all_charges = nullptr;
     billing.bills_started = (char *)errfree(billing.bills_started);
     billing.bills_ended = (char *)errfree(billing.bills_ended);
-}
-
-void do_fullBills() {
-    notyet("BILLS");
-}
-void do_emailBills() {
-    notyet("EMAIL-BILLS");
-}
-void do_emonth() {
-    notyet("END-MONTH");
-}
-void do_times() {
-    notyet("TIMES");
 }
