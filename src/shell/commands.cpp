@@ -170,8 +170,10 @@ void do_print() {
 }
 
 // A closed console is taken as EXIT: what changed is saved and the program
-// ends normally, wherever in a dialogue the input ran out.
+// ends normally, wherever in a dialogue the input ran out. An entry dialogue
+// keeps the lines already accepted in its temporary file.
 static void end_of_input() {
+    entry_close_temporary();
     printf("\n");
     do_exit();
     fflush(stdout);

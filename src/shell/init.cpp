@@ -5,6 +5,7 @@
 #include "billing/billing.h"
 #include "conio/iosubs.h"
 #include "db/db.h"
+#include "entry/entry.h"
 #include "shell/shell.h"
 
 void do_init() {
@@ -13,4 +14,5 @@ void do_init() {
     shell.expert_mode = 0;
     db_init();
     billing_reset();
+    entry_reset();
 }

@@ -1,0 +1,59 @@
+// The aircraft questions of a flight: the glider (or airplane) with its
+// fast keys, and the tow plane with the table of tow planes.
+#include <cstdio>
+#include <cstring>
+
+#include "conio/iosubs.h"
+#include "db/db.h"
+#include "entry/aircraft.h"
+
+namespace {
+
+// The answer as a number when it is one integer and nothing else.
+bool whole_number(const char *text, int &value) {
+    int used = 0;
+    return sscanf(text, "%d%n", &value, &used) == 1 && text[used] == '\0';
+}
+
+} // namespace
+
+char *ask_aircraft(const char *previous) {
+    for (int key = 1; key <= FAST_KEYS; key++)
+        if (db.nnumbers[key - 1] != nullptr)
+            printf("\t%d\t%s\n", key, db.nnumbers[key - 1]);
+    char *answer = get_word("Aircraft flown", previous, true);
+    int key = 0;
+    if (whole_number(answer, key) && key >= 1 && key <= FAST_KEYS &&
+        db.nnumbers[key - 1] != nullptr) {
+        replace_str(&answer, db.nnumbers[key - 1]);
+        printf("Matched: %s\n", answer);
+    }
+    return answer;
+}
+
+towplane *ask_towplane(const towplane *previous) {
+    for (int slot = 1; slot <= TUG_TABLE_SIZE; slot++)
+        if (db.tugList[slot - 1].tugname[0] != '\0')
+            printf("\t%d\t%s\n", slot, db.tugList[slot - 1].tugname);
+    const char *def = previous != nullptr ? previous->tugname : db.tugList[0].tugname;
+    for (;;) {
+        char *answer = get_word("Towplane", def, true);
+        towplane *chosen = nullptr;
+        int slot = 0;
+        if (is_blank(answer)) {
+            printf("? Tug name must not be blank\n");
+        } else if (whole_number(answer, slot) && slot >= 1 && slot <= TUG_TABLE_SIZE &&
+                   db.tugList[slot - 1].tugname[0] != '\0') {
+            chosen = &db.tugList[slot - 1];
+            printf("Matched: %s\n", chosen->tugname);
+        } else {
+            // A new name takes the first free row; a full table says so.
+            chosen = fc_tug(answer, true);
+            if (chosen == nullptr)
+                printf("? Tow plane must be set.\n");
+        }
+        errfree(answer);
+        if (chosen != nullptr)
+            return chosen;
+    }
+}

@@ -1,0 +1,11 @@
+// The aircraft questions of flight entry.
+#pragma once
+
+#include "db/db.h"
+
+// "Aircraft flown": a fast key 1 to 9 that names an item stands for that
+// item; any other answer is the plane's name as typed. Returns a new text.
+char *ask_aircraft(const char *previous);
+// "Towplane": a used slot number 1 to 16 or a name, a new name taking the
+// first free slot. Asked until a row of the table results.
+towplane *ask_towplane(const towplane *previous);

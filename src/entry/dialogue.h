@@ -1,0 +1,45 @@
+// What the ENTER dialogues share: the temporary file each one writes, the
+// "Remember" step that appends it to its history file, and the questions
+// they all ask (account, date, sheet, amount, "Is this line right?").
+#pragma once
+
+#include <cstdint>
+
+#include "db/db.h"
+#include "entry/entry.h"
+
+// Makes `name` the output destination, replacing what it held; false when
+// it cannot be opened (the formatter has reported it).
+bool open_temporary(const char *name, const char *kind);
+// One line of text (a directive or a heading) into the temporary file.
+void temporary_line(const char *text);
+// Ends the record line just printed into the temporary file.
+void end_record();
+// Closes the temporary file; false when its lines did not reach the disk
+// (the formatter has reported it), in which case nothing may be appended.
+bool close_temporary();
+
+// Asks whether to remember; on yes appends the temporary file to the
+// history file, marks bills and times for recomputation and drops the
+// records held in memory (`drop`) so that the next use reads them again.
+void remember(const char *question, const char *history, const char *temporary, void (*drop)());
+
+// Asks for an account until a customer results; *text keeps the typed
+// answer, which is also the default of the question.
+customer *ask_customer(const char *prompt, char **text, bool allow_add, const char *refusal);
+// Asks a date with *text as default; *text becomes the answer.
+int32_t ask_date(const char *prompt, char **text);
+// "Sheet number" until it is not 0.
+int ask_sheet();
+// The next line of a sheet: its number (0 when the sheet is done, `next`
+// the default) and its date, echoed with the sheet and line numbers.
+int ask_sheet_line(int next, int sheet, char **date_text, int32_t *date);
+// An amount in cents with two decimals; amounts of `limit` and more must be
+// confirmed with `confirm` (default NO). With `refuse_negative` set a
+// negative amount is refused with that message.
+long ask_amount(const char *prompt, const char *def, long limit, const char *confirm,
+                const char *refuse_negative);
+// "Is this line right?"; prints "Ignoring line." on no.
+bool line_is_right(bool default_yes);
+// Cents as the dialogues echo them: "%ld.%02ld".
+const char *cents_text(long cents);

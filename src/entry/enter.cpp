@@ -1,0 +1,162 @@
+// ENTER: the menu of dialogues, entry's module state, and what the
+// dialogues share.
+#include <cstdio>
+#include <cstdlib>
+
+#include "conio/iosubs.h"
+#include "db/db.h"
+#include "entry/dialogue.h"
+#include "entry/entry.h"
+
+EntryState entry;
+
+void entry_reset() {
+    entry = EntryState{};
+}
+
+void do_enter() {
+    static const char *const choices[] = {
+        "ACCOUNT-BALANCE", "AIRPLANE-FLIGHTS", "GAS-SALES", "GLIDER-FLIGHTS",
+        "MISC-CHARGES",    "MISC-CREDITS",     "PAYMENTS",  nullptr};
+    switch (get_list("Choose what to enter", "GAS-SALES", choices, true)) {
+    case 0:
+        do_balance();
+        break;
+    case 1:
+        do_flights(false);
+        break;
+    case 2:
+        do_gas();
+        break;
+    case 3:
+        do_flights(true);
+        break;
+    case 4:
+        do_misc(true);
+        break;
+    case 5:
+        do_misc(false);
+        break;
+    case 6:
+        do_payments();
+        break;
+    default:
+        break;
+    }
+}
+
+// ---- The temporary file ----------------------------------------------------------
+
+bool open_temporary(const char *name, const char *kind) {
+    FILE *file = open_o_file(name, kind);
+    if (file == nullptr) {
+        set_o_file(stdout);
+        return false;
+    }
+    set_tabs_allowed(false);
+    entry.temp_file = file;
+    entry.temp_name = name;
+    entry.temp_kind = kind;
+    return true;
+}
+
+void temporary_line(const char *text) {
+    o_lstring(text, 0, false);
+    o_newline(0);
+}
+
+void end_record() {
+    o_newline(0);
+}
+
+bool close_temporary() {
+    FILE *file = entry.temp_file;
+    if (file == nullptr)
+        return false;
+    entry.temp_file = nullptr;
+    if (close_o_file(file, entry.temp_name, entry.temp_kind) != 0) {
+        set_o_file(stdout);
+        return false;
+    }
+    return true;
+}
+
+void entry_close_temporary() {
+    close_temporary();
+}
+
+void remember(const char *question, const char *history, const char *temporary, void (*drop)()) {
+    if (!get_yesno(question, "YES"))
+        return;
+    append(history, temporary);
+    db.month_ended = 0;
+    db.bills_computed = 0;
+    db.times_computed = 0;
+    drop();
+}
+
+// ---- Questions -------------------------------------------------------------------
+
+customer *ask_customer(const char *prompt, char **text, bool allow_add, const char *refusal) {
+    for (;;) {
+        customer *c = nullptr;
+        char *answer = get_account(prompt, *text, allow_add, &c, nullptr);
+        errfree(*text);
+        *text = answer;
+        if (c != nullptr)
+            return c;
+        printf("%s", refusal);
+    }
+}
+
+int32_t ask_date(const char *prompt, char **text) {
+    char *answer = get_date(prompt, *text);
+    errfree(*text);
+    *text = answer;
+    return (int32_t)i_convertDateToTime(answer);
+}
+
+int ask_sheet() {
+    for (;;) {
+        long sheet = get_number("Sheet number", 0);
+        if (sheet != 0)
+            return (int)sheet;
+        printf("? Sheet number must be given.\n");
+    }
+}
+
+int ask_sheet_line(int next, int sheet, char **date_text, int32_t *date) {
+    int line = (int)get_number("Next line number (0 if done)", next);
+    if (line == 0)
+        return 0;
+    *date = ask_date("Purchase date (mm-dd) or (dd)", date_text);
+    printf("Date: %s Sheet: %d Line: %d\n", *date_text, sheet, line);
+    return line;
+}
+
+long ask_amount(const char *prompt, const char *def, long limit, const char *confirm,
+                const char *refuse_negative) {
+    for (;;) {
+        long cents = get_fixed_number(prompt, 2, def, refuse_negative != nullptr);
+        if (cents < 0 && refuse_negative != nullptr) {
+            printf("%s", refuse_negative);
+            continue;
+        }
+        if (labs(cents) >= limit && !get_yesno(confirm, "NO"))
+            continue;
+        return cents;
+    }
+}
+
+bool line_is_right(bool default_yes) {
+    if (get_yesno("Is this line right?", default_yes ? "YES" : "NO"))
+        return true;
+    printf("Ignoring line.\n");
+    return false;
+}
+
+const char *cents_text(long cents) {
+    static char text[48];
+    snprintf(text, sizeof text, "%ld.%02ld", cents / 100, cents % 100);
+    return text;
+}

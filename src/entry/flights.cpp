@@ -1,0 +1,203 @@
+// GLIDER-FLIGHTS and AIRPLANE-FLIGHTS: one day sheet typed in flight by
+// flight into the day sheet temporary file, then appended to the day
+// sheet history on "Remember".
+#include <cstdio>
+#include <cstring>
+
+#include "conio/iosubs.h"
+#include "db/db.h"
+#include "entry/aircraft.h"
+#include "entry/dialogue.h"
+#include "entry/entry.h"
+#include "entry/flight_index.h"
+
+namespace {
+
+enum { OTHER = 0, COMMERCIAL_RIDE = 1 };
+enum { MAX_DURATION = 1199 }; // minutes: anything from 20 hours on is a typing error
+
+// Each field keeps its last value as the default of the next flight.
+struct WorkingFlight {
+    flight f{};
+    char *account = nullptr; // the account as typed
+    char *date_text = nullptr;
+
+    WorkingFlight() {
+        f.plane = alloc_str("N1234");
+        f.pilot = alloc_str("");
+        f.cfi = alloc_str("");
+        f.passenger = alloc_str("");
+        f.towpilot = alloc_str("");
+        f.type = OTHER;
+        f.start = 540;
+        f.end = 540;
+        account = alloc_str("");
+        date_text = alloc_str(i_convertTimeToString(db.curDate));
+    }
+    ~WorkingFlight() {
+        free_flight_contents(&f);
+        errfree(account);
+        errfree(date_text);
+    }
+};
+
+void ask_people(WorkingFlight &w) {
+    flight &f = w.f;
+    const char *lastname = f.customer->lastname;
+    if (f.type == OTHER) {
+        replace_str(&f.cfi, "");
+        f.pilot = (char *)errfree(f.pilot);
+        f.pilot = get_line("Pilot", lastname, true, true);
+        f.passenger = (char *)errfree(f.passenger);
+        f.passenger = get_line("Passenger", "", true, true);
+    } else if (f.type == COMMERCIAL_RIDE) {
+        replace_str(&f.cfi, "");
+        char *pilot = get_line("Pilot", f.pilot, true, true);
+        errfree(f.pilot);
+        f.pilot = pilot;
+        f.passenger = (char *)errfree(f.passenger);
+        f.passenger = get_line("Ride customer", lastname, true, true);
+    } else {
+        f.pilot = (char *)errfree(f.pilot);
+        f.pilot = get_line("Student", lastname, true, true);
+        replace_str(&f.passenger, "");
+        char *cfi = get_word("Instructor (initials)", f.cfi, true);
+        errfree(f.cfi);
+        f.cfi = cfi;
+    }
+}
+
+int ask_tow_height(const customer *c) {
+    // The rate is in thousandths; the default shows thousands of feet.
+    long height = lookup_rate("DEFAULT-TOWHEIGHT", c->category, false) / 100;
+    char def[32];
+    snprintf(def, sizeof def, "%ld.%ld", height / 10, height % 10);
+    for (;;) {
+        long h = get_fixed_number("Tow height", 1, def, false);
+        if (h >= 0 && h <= 99)
+            return (int)h;
+        printf("? Tow height of %d.%1d is unreasonable.\n", (int)(h / 10), (int)(h % 10));
+    }
+}
+
+void ask_times(flight &f) {
+    for (;;) {
+        f.start = (int32_t)get_time("Start time", f.start);
+        f.end = (int32_t)get_time("End time", f.start);
+        long minutes = (long)f.end - f.start;
+        if (minutes >= 0 && minutes <= MAX_DURATION)
+            return;
+        printf("? Flight duration of %ld:%2ld is unreasonable.\n", minutes / 60, minutes % 60);
+    }
+}
+
+bool is_receipt(const char *account) {
+    return account[0] == '#' || (account[0] >= '0' && account[0] <= '9');
+}
+
+void echo(const WorkingFlight &w, bool is_glider) {
+    const flight &f = w.f;
+    printf("\tFlight: %d\n", f.number);
+    if (is_receipt(w.account))
+        printf("\tRecipt: %s\n", w.account);
+    else
+        printf("\tCustomer: %s %s\n", f.customer->firstname, f.customer->lastname);
+    printf("Plane: %s Type: %s", f.plane, flight_types[(int)f.type]);
+    if (is_glider)
+        printf("\tTug: %s Towheight: %d.%1d\n", f.towplane ? f.towplane->tugname : "",
+               f.towheight / 10, f.towheight % 10);
+    printf("\n");
+    long duration = (long)f.end - f.start;
+    printf("\tStart: %ld:%02ld", (long)f.start / 60, (long)f.start % 60);
+    printf("\tEnd: %ld:%02ld", (long)f.end / 60, (long)f.end % 60);
+    printf("\tDuration: %ld:%02ld\n", duration / 60, duration % 60);
+    printf("Pilot: %s", f.pilot);
+    if (f.passenger[0] != '\0')
+        printf("\tPassenger: %s", f.passenger);
+    if (f.cfi[0] != '\0')
+        printf("\tCFI: %s", f.cfi);
+    if (is_glider)
+        printf("\tTowpilot: %s", f.towpilot);
+    printf("\n\n");
+}
+
+// The warning goes to the console even while the records go to the
+// temporary file.
+void warn_duplicate(const flight *earlier) {
+    printf("WARNING: flight may be a duplicate of this previous flight\n");
+    FILE *file = set_o_file(stdout);
+    o_flight_struct(earlier, 0, false, false);
+    o_newline(0);
+    set_o_file(file);
+}
+
+void drop_flights() {
+    free_flights();
+}
+
+} // namespace
+
+void do_flights(bool is_glider) {
+    maybe_read();
+    // Forced, companion included, so that the duplicate test sees every
+    // flight already stored for the period.
+    free_flights();
+    do_r_flights(true);
+
+    if (!open_temporary(db.daytempfile, "day sheet"))
+        return;
+    temporary_line("$VERSION 2");
+    temporary_line("!Date\tNumber\tAccount\t\tPlane\tPilot\tType\tCFI\tPass");
+
+    WorkingFlight w;
+    flight &f = w.f;
+    f.date = ask_date("Date of flights (mm-dd) or (dd)", &w.date_text);
+    FlightIndex stored;
+    int next = entry.flight_number;
+    for (;;) {
+        int number = (int)get_number("Next flight_number (0 if done)", next);
+        if (number == 0)
+            break;
+        next = number; // a declined line offers its number again
+        f.number = number;
+        printf("Date: %s Flight number: %d\n", w.date_text, number);
+
+        f.customer = ask_customer("Recipt # or Account (First Last)", &w.account, true,
+                                  "? You must supply an account.\n");
+        set_invoice_number(&f.invoice, w.account);
+
+        char *plane = ask_aircraft(f.plane);
+        errfree(f.plane);
+        f.plane = plane;
+        f.type = (char)get_list("Flight type", flight_types[(int)f.type], flight_types, false);
+        ask_people(w);
+
+        if (is_glider) {
+            char *towpilot = get_word("Towpilot initials", f.towpilot, true);
+            errfree(f.towpilot);
+            f.towpilot = towpilot;
+            f.towplane = ask_towplane(f.towplane);
+            f.towheight = ask_tow_height(f.customer);
+        } else {
+            replace_str(&f.towpilot, "");
+            f.towplane = nullptr;
+            f.towheight = 0;
+        }
+        ask_times(f);
+        echo(w, is_glider);
+
+        const flight *earlier = stored.first(f.customer, f.date, f.number);
+        if (earlier != nullptr)
+            warn_duplicate(earlier);
+        if (!line_is_right(earlier == nullptr))
+            continue;
+        o_flight_struct(&f, 0, false, true);
+        end_record();
+        next = number + 1;
+    }
+    bool written = close_temporary();
+    entry.flight_number = next;
+    if (written)
+        remember("Remember this data in the permanent history file", db.daysheetfile,
+                 db.daytempfile, drop_flights);
+}

@@ -1,0 +1,51 @@
+// The duplicate test's index must give exactly what a walk of the
+// customer's flights would: the first flight in list order with that date
+// and number, of that customer only.
+#include "db/db_fixture.h"
+#include "entry/flight_index.h"
+
+namespace {
+
+class FlightIndexTest : public DbTest {
+  protected:
+    flight *stored(customer *c, int32_t date, int number, const char *plane) {
+        flight *f = new_flight(c, plane);
+        f->date = date;
+        f->number = number;
+        add_flight(f, c);
+        return f;
+    }
+};
+
+TEST_F(FlightIndexTest, FindsTheFirstFlightOfTheSameCustomerDateAndNumber) {
+    customer *ann = fc_cust("SMITH", "ANN", true);
+    customer *bob = fc_cust("SMITH", "BOB", true);
+    const int32_t day = 1118102400; // 7 June 2005
+    const int32_t next_day = day + 86400;
+    stored(ann, day, 3, "OTHER-NUMBER");
+    flight *first = stored(ann, day, 2, "FIRST");
+    stored(ann, day, 2, "SECOND");
+    stored(ann, next_day, 2, "OTHER-DAY");
+    stored(bob, day, 7, "BOBS");
+    // Unreadable numbers and dates before 1970 are keys like any other.
+    flight *unreadable = stored(bob, -86400, -1, "UNREADABLE");
+
+    FlightIndex index;
+    EXPECT_EQ(index.first(ann, day, 2), first);
+    EXPECT_EQ(index.first(ann, next_day, 2)->plane, std::string("OTHER-DAY"));
+    EXPECT_EQ(index.first(ann, day, 7), nullptr) << "Bob's flight is not Ann's duplicate";
+    EXPECT_EQ(index.first(bob, day, 2), nullptr) << "Ann's flights are not Bob's";
+    EXPECT_EQ(index.first(bob, -86400, -1), unreadable);
+    EXPECT_EQ(index.first(bob, -1, -86400), nullptr);
+    EXPECT_EQ(index.first(nullptr, day, 2), nullptr);
+    // Asked again, the answers do not change.
+    EXPECT_EQ(index.first(ann, day, 2), first);
+}
+
+TEST_F(FlightIndexTest, ACustomerWithoutFlightsHasNoDuplicates) {
+    customer *c = fc_cust("CASH", "", true);
+    FlightIndex index;
+    EXPECT_EQ(index.first(c, 0, 0), nullptr);
+}
+
+} // namespace
