@@ -240,7 +240,7 @@ bool establishLogFile(const char *name) {
     }
     if (name == nullptr)
         return false;
-    FILE *file = fopen(name, "a");
+    FILE *file = open_appending(name);
     if (file == nullptr)
         return false;
     in.logFile.file = file;
@@ -260,4 +260,5 @@ void conio_reset() {
     closeAllIndirectFiles();
     close_log_quietly();
     output_reset();
+    file_fault_at(0, FileFault::NONE);
 }

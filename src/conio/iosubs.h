@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "conio/fileops.h"
+
 // ---- Memory accounting and file utilities ----------------------------------
 
 void *errmalloc(size_t size);
@@ -16,9 +18,12 @@ void o_space();
 char *alloc_str(const char *text);
 char *alloc_file(const char *name, const char *kind, bool verbose);
 bool copyfile(const char *name, FILE *out);
-void copyfile_by_name(const char *from, const char *to);
-void append(const char *dest, const char *src);
-void append_to_file(const char *name, const char *data, size_t length);
+// These three return whether the destination now holds the new contents;
+// on false it is as it was (failures are reported, except by
+// append_to_file, which is silent).
+bool copyfile_by_name(const char *from, const char *to);
+bool append(const char *dest, const char *src);
+bool append_to_file(const char *name, const char *data, size_t length);
 int file_close(FILE *file, const char *name);
 void notyet(const char *what);
 const char *timestamp();
@@ -34,18 +39,6 @@ void log_error(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 // Replaces *slot by a fresh copy of text, freeing the old one.
 void replace_str(char **slot, const char *text);
-
-// A data file rewritten as a whole goes to a temporary name in the same
-// directory and is renamed over the old file only once every byte has been
-// flushed to disk, so a full disk or a crash never leaves half a file.
-struct SafeFile {
-    FILE *fp = nullptr;
-    char final_name[512] = "";
-    char temp_name[520] = "";
-};
-FILE *safe_open(SafeFile &sf, const char *name); // nullptr: nothing was created
-bool safe_commit(SafeFile &sf);                  // false: old file untouched, temporary removed
-void safe_abort(SafeFile &sf);                   // drops the temporary file
 
 // ---- Line input, indirect command files, command log ------------------------
 

@@ -1,14 +1,10 @@
 // Counted allocation, whole-file reading, file copying and appending, the
-// error time stamp, and the crash-safe rewrite of a data file.
+// error time stamp. The file steps themselves are in fileops.cpp.
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <fcntl.h>
-#include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "conio/iosubs.h"
 
@@ -135,46 +131,57 @@ bool copyfile(const char *name, FILE *out) {
     return true;
 }
 
-void copyfile_by_name(const char *from, const char *to) {
+bool copyfile_by_name(const char *from, const char *to) {
     if (from == nullptr || to == nullptr)
-        return;
-    FILE *out = fopen(to, "w");
-    if (out == nullptr) {
+        return false;
+    // The copy is made complete under a temporary name before it replaces
+    // anything called `to`.
+    if (!safe_copy(from, to)) {
         log_error("? Unable to open \"%s\" for copy.\n", to);
-        return;
+        return false;
     }
-    copyfile(from, out);
-    file_close(out, to);
+    return true;
 }
 
-void append(const char *dest, const char *src) {
-    static const char scratch[] = "APPEND.TMP";
-    FILE *tmp = fopen(scratch, "w");
-    if (tmp == nullptr) {
+namespace {
+
+// `scratch` becomes `first` followed by `second`, complete and on disk, or
+// stays as it was. A missing `first` is reported by copyfile and skipped.
+bool join_into(const char *scratch, const char *first, const char *second) {
+    SafeFile sf;
+    if (safe_open(sf, scratch) == nullptr) {
         log_error("? Unable to open \"%s\" for append.\n", scratch);
-        return;
+        return false;
     }
-    copyfile(dest, tmp);
-    copyfile(src, tmp);
-    file_close(tmp, scratch);
-
-    FILE *out = fopen(dest, "w");
-    if (out == nullptr) {
-        log_error("? Unable to open \"%s\" for append.\n", dest);
-        return;
+    copyfile(first, sf.fp);
+    copyfile(second, sf.fp);
+    if (!safe_commit(sf)) {
+        log_error("? Unable to close file \"%s\"\n", scratch);
+        return false;
     }
-    copyfile(scratch, out);
-    file_close(out, dest);
+    return true;
 }
 
-void append_to_file(const char *name, const char *data, size_t length) {
+} // namespace
+
+bool append(const char *dest, const char *src) {
+    static const char scratch[] = "APPEND.TMP";
+    // The whole result exists in the scratch file before the destination
+    // is touched, and the destination is replaced, never truncated: a full
+    // disk or a crash leaves either the old or the new history file.
+    if (!join_into(scratch, dest, src))
+        return false;
+    if (!safe_copy(scratch, dest)) {
+        log_error("? Unable to open \"%s\" for append.\n", dest);
+        return false;
+    }
+    return true;
+}
+
+bool append_to_file(const char *name, const char *data, size_t length) {
     if (name == nullptr || data == nullptr)
-        return;
-    FILE *out = fopen(name, "a");
-    if (out == nullptr)
-        return;
-    fwrite(data, 1, length, out);
-    fclose(out);
+        return false;
+    return safe_append_bytes(name, data, length);
 }
 
 int file_close(FILE *file, const char *name) {
@@ -196,110 +203,4 @@ const char *timestamp() {
         strftime(mem.time_string, sizeof mem.time_string, "%a %d-%b-%Y %H:%M:%S", &local) == 0)
         mem.time_string[0] = '\0';
     return mem.time_string;
-}
-
-// ---- Crash-safe rewrite -------------------------------------------------------
-
-namespace {
-
-void clear_safe(SafeFile &sf) {
-    sf.fp = nullptr;
-    sf.final_name[0] = '\0';
-    sf.temp_name[0] = '\0';
-}
-
-// Makes the directory entry of a rename durable; failure only weakens the
-// guarantee after a power loss, so it is not reported.
-void sync_directory_of(const char *name) {
-    std::string dir = name;
-    size_t slash = dir.rfind('/');
-    dir = slash == std::string::npos ? "." : (slash == 0 ? "/" : dir.substr(0, slash));
-    int fd = open(dir.c_str(), O_RDONLY | O_DIRECTORY);
-    if (fd >= 0) {
-        fsync(fd);
-        close(fd);
-    }
-}
-
-} // namespace
-
-FILE *safe_open(SafeFile &sf, const char *name) {
-    clear_safe(sf);
-    if (name == nullptr || name[0] == '\0' || strlen(name) >= sizeof sf.final_name) {
-        errno = ENAMETOOLONG;
-        return nullptr;
-    }
-    // A rewritten file keeps the permissions of the file it replaces; a new
-    // one gets what the user's umask allows, as fopen would have given it.
-    mode_t mask = umask(0);
-    umask(mask);
-    mode_t mode = 0666 & ~mask;
-    struct stat old;
-    if (stat(name, &old) == 0 && S_ISREG(old.st_mode))
-        mode = old.st_mode & 07777;
-
-    long pid = (long)getpid();
-    int fd = -1;
-    for (int attempt = 0; attempt < 100 && fd < 0; attempt++) {
-        int n = snprintf(sf.temp_name, sizeof sf.temp_name, "%s.tmp%ld-%d", name, pid, attempt);
-        if (n < 0 || (size_t)n >= sizeof sf.temp_name) {
-            sf.temp_name[0] = '\0';
-            errno = ENAMETOOLONG;
-            return nullptr;
-        }
-        fd = open(sf.temp_name, O_WRONLY | O_CREAT | O_EXCL, 0600);
-        if (fd < 0 && errno != EEXIST)
-            break;
-    }
-    if (fd < 0) {
-        sf.temp_name[0] = '\0';
-        return nullptr;
-    }
-    if (mode != 0600)
-        fchmod(fd, mode);
-    sf.fp = fdopen(fd, "w");
-    if (sf.fp == nullptr) {
-        int saved = errno;
-        close(fd);
-        unlink(sf.temp_name);
-        sf.temp_name[0] = '\0';
-        errno = saved;
-        return nullptr;
-    }
-    snprintf(sf.final_name, sizeof sf.final_name, "%s", name);
-    return sf.fp;
-}
-
-bool safe_commit(SafeFile &sf) {
-    if (sf.fp == nullptr)
-        return false;
-    bool ok = fflush(sf.fp) == 0;
-    ok = ok && ferror(sf.fp) == 0;
-    ok = ok && fsync(fileno(sf.fp)) == 0;
-    int saved = errno;
-    if (fclose(sf.fp) != 0 && ok) {
-        ok = false;
-        saved = errno;
-    }
-    sf.fp = nullptr;
-    if (ok && rename(sf.temp_name, sf.final_name) != 0) {
-        ok = false;
-        saved = errno;
-    }
-    if (ok) {
-        sync_directory_of(sf.final_name);
-    } else {
-        unlink(sf.temp_name);
-    }
-    clear_safe(sf);
-    errno = ok ? 0 : saved;
-    return ok;
-}
-
-void safe_abort(SafeFile &sf) {
-    if (sf.fp != nullptr)
-        fclose(sf.fp);
-    if (sf.temp_name[0] != '\0')
-        unlink(sf.temp_name);
-    clear_safe(sf);
 }

@@ -383,7 +383,7 @@ FILE *open_o_file(const char *name, const char *kind) {
 }
 
 FILE *open_append_file(const char *name, const char *kind) {
-    FILE *fp = name != nullptr && *name != '\0' ? fopen(name, "a") : nullptr;
+    FILE *fp = open_appending(name);
     if (fp == nullptr)
         return open_failed(name, kind);
     begin_output(fp);

@@ -576,12 +576,12 @@ enum class Replaced { WITH_BACKUP, WITHOUT_BACKUP, LOST };
 // The old main file is kept under the backup name; the new one replaces it
 // even when no old one could be moved aside.
 Replaced replace_history(const char *temp_name, const char *history_name, const char *backup) {
-    remove(backup);
-    if (rename(history_name, backup) == 0) {
-        rename(temp_name, history_name);
+    safe_unlink(backup);
+    if (safe_rename(history_name, backup)) {
+        safe_rename(temp_name, history_name);
         return Replaced::WITH_BACKUP;
     }
-    return rename(temp_name, history_name) == 0 ? Replaced::WITHOUT_BACKUP : Replaced::LOST;
+    return safe_rename(temp_name, history_name) ? Replaced::WITHOUT_BACKUP : Replaced::LOST;
 }
 
 // Every customer's records of one kind, in customer order, one a line in
@@ -638,8 +638,8 @@ void do_write_database() {
             printf("\tThe old copy of %s is in VNKGAS.BAK\n", db.gashistfile);
         else if (r == Replaced::LOST)
             printf("? Could not write GAS charges database, changes just made are lost.\n");
-        remove("VNKGASQU.BAK");
-        rename(db.gashistqufile, "VNKGASQU.BAK");
+        safe_unlink("VNKGASQU.BAK");
+        safe_rename(db.gashistqufile, "VNKGASQU.BAK");
         // This message has always named VNKGAS.BAK for the companion too.
         printf("\tThe old copy of %s is in VNKGAS.BAK\n", db.gashistqufile);
         create_empty_file(db.gashistqufile);
@@ -651,8 +651,8 @@ void do_write_database() {
             printf("\tThe old copy of %s is in VNKPMNT.BAK\n", db.payhistfile);
         else if (r == Replaced::LOST)
             printf("? Could not write PAYMENTS database, changes just made are lost.\n");
-        remove("VNKPMNTQ.BAK");
-        rename(db.payhistqufile, "VNKPMNTQ.BAK");
+        safe_unlink("VNKPMNTQ.BAK");
+        safe_rename(db.payhistqufile, "VNKPMNTQ.BAK");
         printf("\tThe old copy of %s is in VNKPMNTQ.BAK\n", db.payhistqufile);
         create_empty_file(db.payhistqufile);
     }
@@ -665,8 +665,8 @@ void do_write_database() {
     else if (r == Replaced::LOST)
         printf("? Could not write FLIGHTS database, changes just made are lost.\n");
     // The day sheet companion goes to .OLD although the message says .BAK.
-    remove("VNKFLGQU.OLD");
-    rename(db.daysheetqufile, "VNKFLGQU.OLD");
+    safe_unlink("VNKFLGQU.OLD");
+    safe_rename(db.daysheetqufile, "VNKFLGQU.OLD");
     printf("\tThe old copy of %s is in VNKFLGQU.BAK\n", db.daysheetqufile);
     create_empty_file(db.daysheetqufile);
 }

@@ -144,3 +144,21 @@ class TempDirTest : public testing::Test {
     std::filesystem::path dir_;
     std::filesystem::path old_dir_;
 };
+
+// Runs `work` in a child process and returns its exit status (-1 when it
+// was killed by a signal); what it printed is discarded. For file steps
+// that end the process.
+template <typename Work> int exit_status_of(Work work) {
+    fflush(stdout);
+    pid_t pid = fork();
+    if (pid == 0) {
+        if (freopen("/dev/null", "w", stdout) == nullptr)
+            _exit(98);
+        work();
+        fflush(stdout);
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}

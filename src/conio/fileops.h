@@ -1,0 +1,69 @@
+// Every change the program makes to a file on disk goes through the routines
+// of this header: creating, writing, syncing, closing, renaming, removing
+// and appending. Keeping them in one place gives one rule for all of them
+// (a file rewritten as a whole is written under a temporary name in the
+// same directory, flushed to disk and renamed over the old one) and one
+// place where tests can make any step fail or end the process, so every
+// sequence of file steps can be tried at every step.
+//
+// Included by conio/iosubs.h; reading files needs none of this.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <sys/types.h>
+
+// ---- Whole-file rewrite -------------------------------------------------------
+
+// A data file rewritten as a whole goes to a temporary name in the same
+// directory and is renamed over the old file only once every byte has been
+// flushed to disk, so a full disk or a crash never leaves half a file.
+// Temporary names are "<name>.tmp<pid>-<n>"; one left by a killed run is
+// removed by remove_stale_temporaries at the next start.
+struct SafeFile {
+    FILE *fp = nullptr;
+    char final_name[512] = "";
+    char temp_name[520] = "";
+    int fd = -1;
+};
+FILE *safe_open(SafeFile &sf, const char *name); // nullptr: nothing was created
+bool safe_commit(SafeFile &sf);                  // false: old file untouched, temporary removed
+void safe_abort(SafeFile &sf);                   // drops the temporary file
+
+// ---- Single checked steps -----------------------------------------------------
+// Each returns false (errno set) when the step did not happen; none prints.
+
+// Renames and makes the new directory entry durable.
+bool safe_rename(const char *from, const char *to);
+// True when `name` is gone afterwards (a file that did not exist counts).
+bool safe_unlink(const char *name);
+// Makes `to` a complete, synced copy of `from`, replacing `to` atomically;
+// false leaves `to` as it was.
+bool safe_copy(const char *from, const char *to);
+// Makes `name` end with the given bytes, by rewriting it as a whole.
+bool safe_append_bytes(const char *name, const char *data, size_t length);
+// A stream appending to `name` (created if missing) whose every write is a
+// counted file step; nullptr when it cannot be opened. Close with fclose.
+FILE *open_appending(const char *name);
+
+// Removes the temporaries of this program's naming (see SafeFile) that a
+// killed run left in `directory`; a temporary whose process still runs is
+// left alone. Returns how many were removed.
+int remove_stale_temporaries(const char *directory);
+
+// ---- Fault injection, for tests -----------------------------------------------
+
+enum class FileStep { CREATE, OPEN_APPEND, WRITE, SYNC, CLOSE, RENAME, UNLINK };
+enum class FileFault { NONE, FAIL, EXIT };
+constexpr int kFileFaultExitStatus = 77;
+
+// Counts file steps from now on; the `step`-th (1-based) fails with EIO
+// (a write fails after writing half its bytes, with ENOSPC) or ends the
+// process there with _exit(kFileFaultExitStatus), before the step is done.
+// FileFault::NONE only counts. conio_reset switches injection off.
+void file_fault_at(long step, FileFault what);
+long file_steps_taken();
+// Called before every step, with the file it concerns (for a rename the
+// source); nullptr switches it off.
+void file_step_observer(void (*observer)(FileStep step, const char *name));
+const char *file_step_name(FileStep step);

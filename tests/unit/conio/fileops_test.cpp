@@ -1,0 +1,171 @@
+// The file-operation layer: every step of a rewrite, an append and a copy
+// is made to fail and to end the process, and afterwards each file holds
+// either its old or its new contents, never a mixture.
+#include <set>
+#include <vector>
+
+#include "testutil.h"
+
+namespace {
+
+using FileOpsTest = TempDirTest;
+
+const std::string kOld = "!history line one\n!history line two\n";
+const std::string kAdded = "6-7-2005\t1\tSMITH\t100\n";
+
+void seed() {
+    write_file("VNKGAS.HIS", kOld);
+    write_file("VNKGAS.TMP", kAdded);
+}
+
+// How many file steps `work` takes when nothing fails.
+template <typename Work> long steps_of(Work work) {
+    file_fault_at(0, FileFault::NONE);
+    work();
+    long n = file_steps_taken();
+    file_fault_at(0, FileFault::NONE);
+    return n;
+}
+
+std::set<std::string> names_here() {
+    std::set<std::string> names;
+    for (const auto &e : std::filesystem::directory_iterator("."))
+        names.insert(e.path().filename().string());
+    return names;
+}
+
+TEST_F(FileOpsTest, AppendAtEveryFailedStepLeavesTheHistoryOldAndReportsIt) {
+    seed();
+    long total = steps_of([] { EXPECT_TRUE(append("VNKGAS.HIS", "VNKGAS.TMP")); });
+    EXPECT_EQ(read_file("VNKGAS.HIS"), kOld + kAdded);
+    EXPECT_EQ(read_file("APPEND.TMP"), kOld + kAdded);
+    ASSERT_GE(total, 8); // two rewrites: create, write, sync, close, rename each
+
+    for (long n = 1; n <= total; n++) {
+        std::filesystem::remove("APPEND.TMP");
+        seed();
+        file_fault_at(n, FileFault::FAIL);
+        bool ok = true;
+        std::string out = output_of([&] { ok = append("VNKGAS.HIS", "VNKGAS.TMP"); });
+        file_fault_at(0, FileFault::NONE);
+        SCOPED_TRACE("failed step " + std::to_string(n));
+        // A failure before the history file's rename leaves it untouched
+        // and says so; after it (the clean-up) the append has happened.
+        std::string his = read_file("VNKGAS.HIS");
+        if (ok) {
+            EXPECT_EQ(his, kOld + kAdded);
+        } else {
+            EXPECT_EQ(his, kOld);
+            EXPECT_TRUE(has(out, "? Unable to")) << out;
+        }
+        EXPECT_EQ(read_file("VNKGAS.TMP"), kAdded);
+        // The scratch file is either absent or complete.
+        if (std::filesystem::exists("APPEND.TMP")) {
+            EXPECT_EQ(read_file("APPEND.TMP"), kOld + kAdded);
+        }
+        EXPECT_EQ(names_here().size(), std::filesystem::exists("APPEND.TMP") ? 3u : 2u)
+            << "a temporary file was left behind";
+    }
+}
+
+TEST_F(FileOpsTest, AppendKilledAtEveryStepLeavesOldOrNewAndTheNextStartTidiesUp) {
+    seed();
+    long total = steps_of([] { append("VNKGAS.HIS", "VNKGAS.TMP"); });
+    std::set<std::string> seen;
+    for (long n = 1; n <= total + 1; n++) {
+        std::filesystem::remove("APPEND.TMP");
+        seed();
+        int status = exit_status_of([&] {
+            file_fault_at(n, FileFault::EXIT);
+            append("VNKGAS.HIS", "VNKGAS.TMP");
+        });
+        SCOPED_TRACE("killed at step " + std::to_string(n));
+        EXPECT_EQ(status, n <= total ? kFileFaultExitStatus : 0);
+        std::string his = read_file("VNKGAS.HIS");
+        EXPECT_TRUE(his == kOld || his == kOld + kAdded) << his;
+        seen.insert(his);
+        remove_stale_temporaries(".");
+        std::set<std::string> want = {"VNKGAS.HIS", "VNKGAS.TMP"};
+        if (std::filesystem::exists("APPEND.TMP"))
+            want.insert("APPEND.TMP");
+        EXPECT_EQ(names_here(), want);
+    }
+    EXPECT_EQ(seen.size(), 2u); // both outcomes were reached
+}
+
+TEST_F(FileOpsTest, AppendOnAFullDiskKeepsTheHistoryAndReportsTheScratchFile) {
+    std::string big(100, 'x');
+    write_file("VNKPMNT.HIS", big + "\n");
+    write_file("VNKPMNT.TMP", kAdded);
+    int code = 0;
+    std::string out = run_on_full_disk([] { return append("VNKPMNT.HIS", "VNKPMNT.TMP"); }, code);
+    EXPECT_EQ(code, 1);
+    EXPECT_TRUE(has(out, "? Unable to close file \"APPEND.TMP\"")) << out;
+    EXPECT_EQ(read_file("VNKPMNT.HIS"), big + "\n");
+    EXPECT_EQ(read_file("VNKPMNT.TMP"), kAdded);
+    EXPECT_FALSE(std::filesystem::exists("APPEND.TMP"));
+}
+
+TEST_F(FileOpsTest, CopiesAndAppendsReplaceTheirTargetWhole) {
+    write_file("from.dat", "fresh\n");
+    write_file("to.dat", "old\n");
+    for (long n = 1; n <= 4; n++) { // create, write, sync, close
+        file_fault_at(n, FileFault::FAIL);
+        EXPECT_FALSE(safe_copy("from.dat", "to.dat")) << n;
+        file_fault_at(n, FileFault::FAIL);
+        EXPECT_FALSE(append_to_file("to.dat", "more\n", 5)) << n;
+    }
+    file_fault_at(0, FileFault::NONE);
+    EXPECT_EQ(read_file("to.dat"), "old\n");
+    EXPECT_EQ(names_here().size(), 2u);
+    EXPECT_TRUE(has(output_of([] { EXPECT_FALSE(copyfile_by_name("none.dat", "to.dat")); }),
+                    "? Unable to open \"to.dat\" for copy.\n"));
+    EXPECT_TRUE(copyfile_by_name("from.dat", "to.dat"));
+    EXPECT_TRUE(append_to_file("to.dat", "more\n", 5));
+    EXPECT_EQ(read_file("to.dat"), "fresh\nmore\n");
+
+    // A failed rename or unlink is reported to the caller; a file already
+    // gone counts as unlinked.
+    EXPECT_FALSE(safe_rename("none.dat", "x.dat"));
+    file_fault_at(1, FileFault::FAIL);
+    EXPECT_FALSE(safe_rename("to.dat", "x.dat"));
+    file_fault_at(1, FileFault::FAIL);
+    EXPECT_FALSE(safe_unlink("to.dat"));
+    EXPECT_TRUE(std::filesystem::exists("to.dat"));
+    EXPECT_TRUE(safe_unlink("none.dat"));
+
+    // Appending streams count every write: a failed one marks the stream.
+    file_fault_at(2, FileFault::FAIL);
+    FILE *log = open_appending("log.txt");
+    ASSERT_NE(log, nullptr);
+    fputs("first\n", log);
+    EXPECT_NE(fflush(log), 0);
+    fclose(log);
+    file_fault_at(0, FileFault::NONE);
+}
+
+TEST_F(FileOpsTest, OnlyTemporariesOfDeadRunsAreRemoved) {
+    // A process that has ended gives a pid that no longer runs.
+    pid_t dead = fork();
+    if (dead == 0)
+        _exit(0);
+    waitpid(dead, nullptr, 0);
+    std::string d = std::to_string(dead), me = std::to_string(getpid());
+    std::vector<std::string> stale = {"VNKCUST.DAT.tmp" + d + "-0", "APPEND.TMP.tmp" + d + "-12"};
+    std::vector<std::string> kept = {"VNKCUST.DAT.tmp" + me + "-0",
+                                     "VNKGAS.TMP",
+                                     "APPEND.TMP",
+                                     "X.tmp" + d,
+                                     "X.tmp" + d + "-1a",
+                                     ".tmp" + d + "-0",
+                                     "X.tmp-5-0",
+                                     "X.tmp1-0"}; // pid 1 always runs
+    for (const auto &n : stale)
+        write_file(n, "x");
+    for (const auto &n : kept)
+        write_file(n, "x");
+    EXPECT_EQ(remove_stale_temporaries("."), 2);
+    EXPECT_EQ(names_here(), std::set<std::string>(kept.begin(), kept.end()));
+}
+
+} // namespace
