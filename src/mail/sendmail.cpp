@@ -1,10 +1,14 @@
 // One message, one connection: the rest of the program never holds an SMTP
 // client of its own.
 #include "mail/smtp.h"
+#include "mail/smtp_internal.h"
 
 bool sendmail(const char *toEmail, const char *toName, const char *subject, const char *body,
               const char *senderName, const char *senderEmail, const char *replyTo,
               const char *server) {
+    // A URL names a present-day relay; a bare host keeps the old client.
+    if (smtp_is_relay_url(server))
+        return sendmail_relay(toEmail, subject, body, senderName, senderEmail, replyTo, server);
     Smtp mail;
     mail.AddRecipient(toEmail, toName);
     mail.SetMessageBody(body);

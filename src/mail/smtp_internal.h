@@ -17,3 +17,14 @@ bool smtp_split_server(const char *server, std::string &host, unsigned short &po
 
 // The port of the "mail" service in network byte order, 25 when unknown.
 unsigned short smtp_service_port();
+
+// True for a server setting written as smtp://... or smtps://... (any case).
+bool smtp_is_relay_url(const char *server);
+// Sends one message through a relay named by such a URL with libcurl:
+// TLS, authentication from the environment or ~/.netrc, a standard header.
+// On failure prints one "? ..." line with the relay's reply.
+bool sendmail_relay(const char *toEmail, const char *subject, const char *body,
+                    const char *senderName, const char *senderEmail, const char *replyTo,
+                    const char *server);
+// The limit on connecting and on each reply, in seconds (30 by default).
+void smtp_set_time_limit(long seconds);

@@ -4,4 +4,8 @@
 #pragma once
 
 void w_choose();
+
+// SEND-BY-EMAIL and its writers.
 void do_email();
+int w_email_choose(); // the menu position chosen, negative when cancelled
+void w_email_file(const char *defaultName);

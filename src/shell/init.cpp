@@ -1,11 +1,13 @@
 // Start-up and RESET are one state change across the layers: the shell's
-// own flags, the console's output, the database and the bill run.
+// own flags, the console's output, the database, the bill run and the
+// e-mail capture.
 #include <cstdio>
 
 #include "billing/billing.h"
 #include "conio/iosubs.h"
 #include "db/db.h"
 #include "entry/entry.h"
+#include "mail/email_capture.h"
 #include "shell/shell.h"
 
 void do_init() {
@@ -15,4 +17,5 @@ void do_init() {
     db_init();
     billing_reset();
     entry_reset();
+    mail_reset();
 }

@@ -3,6 +3,7 @@
 // (aiosmtpd) makes of it. Every wait is bounded: a client that blocks fails.
 #include "mail/smtp.h"
 #include "mail/smtp_internal.h"
+#include "scripted_peer.h"
 #include "testutil.h"
 
 #include <arpa/inet.h>
@@ -14,116 +15,7 @@
 #include <chrono>
 #include <thread>
 
-namespace {
-
-using Clock = std::chrono::steady_clock;
-
-const char *const TO = "member@example.org";
-const char *const FROM = "club@example.org";
-const std::string MAIL = "MAIL FROM: <club@example.org>\r\n";
-const std::string RCPT = "RCPT TO: <member@example.org<member@example.org>\r\n";
-
-// English names, UTC, the 24-hour clock and an AM/PM marker all the same.
-std::string date_line(time_t when) {
-    struct tm utc;
-    gmtime_r(&when, &utc);
-    char text[100];
-    strftime(text, sizeof text, "DATE: %a, %d %b %Y %H:%M:%S", &utc);
-    return text + std::string(utc.tm_hour < 12 ? " AM\r\n" : " PM\r\n");
-}
-
-// The DATE line must show a moment of the call; it is then replaced by
-// "DATE: *" so that the rest can be compared byte for byte.
-std::string mask_date(std::string wire, time_t before, time_t after) {
-    size_t at = wire.find("DATE: ");
-    if (at == std::string::npos)
-        return wire;
-    size_t end = wire.find("\r\n", at) + 2;
-    std::string line = wire.substr(at, end - at);
-    bool shown = false;
-    for (time_t t = before; t <= after; t++)
-        shown = shown || line == date_line(t);
-    EXPECT_TRUE(shown) << line;
-    return wire.replace(at, end - at, "DATE: *\r\n");
-}
-
-// HELO names the server exactly as it was passed in, port and all.
-std::string helo(const std::string &server) {
-    return "HELO " + server + "\r\n";
-}
-
-std::string whole_dialogue(const std::string &server, const std::string &convertedBody) {
-    return helo(server) + MAIL + RCPT +
-           "DATA\r\nDATE: *\r\nFROM: \"VARNOK\"<club@example.org>\r\n"
-           "To: member@example.org<member@example.org>\r\nCc: \r\n"
-           "Subject: Your statement\r\nReply-To: club@example.org\r\n"
-           "MIME-Version: 1.0\r\nContent-type: text/plain; charset=US-ASCII\r\n"
-           "\r\n" +
-           convertedBody + "\r\n.\r\nQUIT\r\n";
-}
-
-bool wait_readable(int fd, Clock::time_point deadline) {
-    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-    pollfd p{fd, POLLIN, 0};
-    return left.count() > 0 && poll(&p, 1, static_cast<int>(left.count())) > 0;
-}
-
-struct Outcome {
-    bool result;
-    std::string out, wire, server;
-};
-
-// Runs sendmail against a peer that records every byte until the client
-// closes or five seconds have passed. Once the client's next command has
-// arrived (HELO, MAIL, RCPT, DATA, the end of the data, QUIT), the peer
-// sends the next of the six replies in one piece.
-Outcome run_sendmail(const std::array<std::string, 6> &replies, const char *body,
-                     const std::string &bodyEnd = "\r\n.\r\n") {
-    int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in sa{};
-    sa.sin_family = AF_INET;
-    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof sa;
-    EXPECT_TRUE(bind(listener, reinterpret_cast<sockaddr *>(&sa), len) == 0 &&
-                listen(listener, 1) == 0 &&
-                getsockname(listener, reinterpret_cast<sockaddr *>(&sa), &len) == 0);
-    Outcome o;
-    o.server = "127.0.0.1:" + std::to_string(ntohs(sa.sin_port));
-    const std::string after[6] = {helo(o.server), MAIL, RCPT, "DATA\r\n", bodyEnd, "QUIT\r\n"};
-    bool timedOut = false;
-    std::thread peer([&] {
-        auto deadline = Clock::now() + std::chrono::seconds(5);
-        int conn = wait_readable(listener, deadline) ? accept(listener, nullptr, nullptr) : -1;
-        size_t next = 0, matched = 0, at;
-        ssize_t n = 1;
-        while (conn >= 0 && n > 0) {
-            for (; next < 6 && (at = o.wire.find(after[next], matched)) != std::string::npos;
-                 next++) {
-                matched = at + after[next].size();
-                send(conn, replies[next].data(), replies[next].size(), MSG_NOSIGNAL);
-            }
-            char buf[8192];
-            timedOut = !wait_readable(conn, deadline);
-            n = timedOut ? 0 : recv(conn, buf, sizeof buf, 0);
-            if (n > 0)
-                o.wire.append(buf, static_cast<size_t>(n));
-        }
-        if (conn >= 0)
-            close(conn);
-    });
-    time_t before = time(nullptr);
-    o.out = output_of([&] {
-        o.result = sendmail(TO, TO, "Your statement", body, "VARNOK", FROM, FROM, o.server.c_str());
-    });
-    time_t done = time(nullptr);
-    peer.join();
-    close(listener);
-    EXPECT_FALSE(timedOut) << "the client blocked";
-    o.wire = mask_date(o.wire, before, done);
-    return o;
-}
-
-} // namespace
+using namespace peer;
 
 TEST(SmtpDialogue, SendmailWritesTheWholeConversationWithRepliesOneStepLate) {
     // The peer greets only after HELO. A bare LF gets a CR, but "m" LF (not
@@ -186,15 +78,9 @@ TEST(SmtpDialogue, SplitAndMergedRepliesAreJudgedOnTheAccumulatedText) {
 
 TEST(SmtpDialogue, FailuresBeforeTheDialogueOnlyReport) {
     // A port nobody listens on: the connect fails and nothing else happens.
-    int probe = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in sa{};
-    sa.sin_family = AF_INET;
-    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof sa;
-    ASSERT_EQ(bind(probe, reinterpret_cast<sockaddr *>(&sa), len), 0);
-    getsockname(probe, reinterpret_cast<sockaddr *>(&sa), &len);
-    close(probe);
-    std::string closed = "127.0.0.1:" + std::to_string(ntohs(sa.sin_port));
+    unsigned short port = 0;
+    close(loopback_socket(false, port));
+    std::string closed = "127.0.0.1:" + std::to_string(port);
     bool result = true;
     EXPECT_EQ(output_of([&] {
                   result = sendmail(TO, TO, "s", "b\n", "VARNOK", FROM, FROM, closed.c_str());

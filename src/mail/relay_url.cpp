@@ -1,0 +1,251 @@
+// Delivery through today's mail relays. A server setting written as a URL,
+// smtp://host[:port] (STARTTLS required) or smtps://host[:port] (TLS from
+// the start), sends through libcurl, which brings the TLS, authentication
+// and protocol handling every public provider requires. A bare host name
+// never comes here: it keeps the club's old client.
+#include "mail/smtp.h"
+#include "mail/smtp_internal.h"
+
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <strings.h>
+#include <unistd.h>
+
+#include <curl/curl.h>
+
+namespace {
+
+long time_limit_seconds = 30;
+
+struct RelayUrl {
+    bool tls_from_start = false;
+    std::string host; // lower case: DNS names are case-insensitive
+    unsigned port = 0;
+};
+
+bool starts_with_nocase(const char *text, const char *prefix) {
+    return strncasecmp(text, prefix, strlen(prefix)) == 0;
+}
+
+// The prices file stores settings upper-cased, so the scheme and host are
+// taken in any case. Credentials never belong in the setting: a URL with a
+// user part is refused, so the setting can be shown in messages.
+bool parse_relay_url(const char *server, RelayUrl &url) {
+    const char *rest;
+    if (starts_with_nocase(server, "smtps://")) {
+        url.tls_from_start = true;
+        rest = server + 8;
+    } else if (starts_with_nocase(server, "smtp://")) {
+        rest = server + 7;
+    } else {
+        return false;
+    }
+    size_t length = strcspn(rest, "/");
+    std::string authority(rest, length);
+    if (authority.empty() || authority.find('@') != std::string::npos)
+        return false;
+    std::string host = authority;
+    size_t colon = authority.rfind(':');
+    if (colon != std::string::npos && authority.find(']', colon) == std::string::npos) {
+        std::string digits = authority.substr(colon + 1);
+        if (digits.empty() || digits.size() > 5 ||
+            digits.find_first_not_of("0123456789") != std::string::npos)
+            return false;
+        url.port = static_cast<unsigned>(atoi(digits.c_str()));
+        if (url.port < 1 || url.port > 65535)
+            return false;
+        host = authority.substr(0, colon);
+    }
+    if (host.empty())
+        return false;
+    for (char &c : host)
+        c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
+    url.host = host;
+    // Submission ports: a provider's STARTTLS port, or its TLS port.
+    if (url.port == 0)
+        url.port = url.tls_from_start ? 465 : 587;
+    return true;
+}
+
+std::string relay_text(const RelayUrl &url) {
+    return std::string(url.tls_from_start ? "smtps://" : "smtp://") + url.host + ":" +
+           std::to_string(url.port);
+}
+
+// Line ends become CR LF; a CR LF already there stays as it is.
+std::string crlf_lines(const char *text) {
+    std::string out;
+    for (const char *p = text; *p != '\0'; p++) {
+        if (*p == '\n' && (p == text || p[-1] != '\r'))
+            out += '\r';
+        out += *p;
+    }
+    return out;
+}
+
+std::string domain_of(const char *mailbox) {
+    const char *at = strrchr(mailbox, '@');
+    return at != nullptr && at[1] != '\0' ? std::string(at + 1) : std::string("varnok.invalid");
+}
+
+std::string message_text(const char *toEmail, const char *subject, const char *body,
+                         const char *senderName, const char *senderEmail, const char *replyTo) {
+    static unsigned serial = 0;
+    time_t now = time(nullptr);
+    struct tm utc;
+    gmtime_r(&now, &utc);
+    static const char *const days[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+    static const char *const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                         "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    char line[1200];
+    std::string header;
+    snprintf(line, sizeof line, "Date: %s, %02d %s %04d %02d:%02d:%02d +0000\r\n",
+             days[utc.tm_wday], utc.tm_mday, months[utc.tm_mon], utc.tm_year + 1900, utc.tm_hour,
+             utc.tm_min, utc.tm_sec);
+    header += line;
+    snprintf(line, sizeof line, "From: \"%s\" <%s>\r\n", senderName, senderEmail);
+    header += line;
+    snprintf(line, sizeof line, "To: <%s>\r\n", toEmail);
+    header += line;
+    snprintf(line, sizeof line, "Reply-To: <%s>\r\n", replyTo);
+    header += line;
+    snprintf(line, sizeof line, "Subject: %s\r\n", subject);
+    header += line;
+    snprintf(line, sizeof line, "Message-ID: <%ld.%ld.%u.varnok@%s>\r\n", static_cast<long>(now),
+             static_cast<long>(getpid()), ++serial, domain_of(senderEmail).c_str());
+    header += line;
+    header += "MIME-Version: 1.0\r\n"
+              "Content-Type: text/plain; charset=UTF-8\r\n"
+              "Content-Transfer-Encoding: 8bit\r\n"
+              "\r\n";
+    return header + crlf_lines(body);
+}
+
+struct Upload {
+    const std::string *text;
+    size_t at;
+};
+
+size_t read_upload(char *buffer, size_t size, size_t count, void *data) {
+    Upload *up = static_cast<Upload *>(data);
+    size_t left = up->text->size() - up->at;
+    size_t n = left < size * count ? left : size * count;
+    memcpy(buffer, up->text->data() + up->at, n);
+    up->at += n;
+    return n;
+}
+
+// Keeps the last reply line the server sent, for the failure message.
+// Only the server's own lines are looked at: what the client sends (the
+// credentials among it) is never kept.
+int keep_reply(CURL *, curl_infotype type, char *data, size_t size, void *last) {
+    if (type != CURLINFO_HEADER_IN)
+        return 0;
+    std::string text(data, size);
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
+        text.pop_back();
+    size_t cut = text.rfind('\n');
+    if (cut != std::string::npos)
+        text.erase(0, cut + 1);
+    if (!text.empty())
+        *static_cast<std::string *>(last) = text;
+    return 0;
+}
+
+void global_init_once() {
+    static bool done = false;
+    if (!done)
+        curl_global_init(CURL_GLOBAL_DEFAULT);
+    done = true;
+}
+
+const char *environment(const char *name) {
+    const char *value = getenv(name);
+    return value != nullptr && *value != '\0' ? value : nullptr;
+}
+
+bool deliver(const RelayUrl &relay, const char *toEmail, const std::string &message,
+             const char *senderEmail) {
+    global_init_once();
+    CURL *curl = curl_easy_init();
+    if (curl == nullptr) {
+        printf("? Mail relay %s: cannot start the mail library\n", relay_text(relay).c_str());
+        return false;
+    }
+    std::string url = relay_text(relay);
+    std::string from = std::string("<") + senderEmail + ">";
+    std::string to = std::string("<") + toEmail + ">";
+    curl_slist *recipients = curl_slist_append(nullptr, to.c_str());
+    Upload upload{&message, 0};
+    std::string last_reply;
+    char error[CURL_ERROR_SIZE] = "";
+
+    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "smtp,smtps");
+    curl_easy_setopt(curl, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_ALL));
+    if (const char *cafile = environment("VARNOK_SMTP_CAFILE"))
+        curl_easy_setopt(curl, CURLOPT_CAINFO, cafile);
+    if (const char *user = environment("VARNOK_SMTP_USER")) {
+        curl_easy_setopt(curl, CURLOPT_USERNAME, user);
+        const char *password = getenv("VARNOK_SMTP_PASSWORD");
+        curl_easy_setopt(curl, CURLOPT_PASSWORD, password != nullptr ? password : "");
+    } else {
+        curl_easy_setopt(curl, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_OPTIONAL));
+    }
+    curl_easy_setopt(curl, CURLOPT_MAIL_FROM, from.c_str());
+    curl_easy_setopt(curl, CURLOPT_MAIL_RCPT, recipients);
+    curl_easy_setopt(curl, CURLOPT_UPLOAD, 1L);
+    curl_easy_setopt(curl, CURLOPT_READFUNCTION, read_upload);
+    curl_easy_setopt(curl, CURLOPT_READDATA, &upload);
+    curl_easy_setopt(curl, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(message.size()));
+    // A dead relay must never hang a bill run: connecting (TLS included),
+    // each reply, and any stall while sending are bounded.
+    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, time_limit_seconds);
+    curl_easy_setopt(curl, CURLOPT_SERVER_RESPONSE_TIMEOUT, time_limit_seconds);
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, time_limit_seconds);
+    curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, error);
+    curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, keep_reply);
+    curl_easy_setopt(curl, CURLOPT_DEBUGDATA, &last_reply);
+    curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
+
+    CURLcode code = curl_easy_perform(curl);
+    curl_slist_free_all(recipients);
+    curl_easy_cleanup(curl);
+    if (code == CURLE_OK)
+        return true;
+    std::string why = error[0] != '\0' ? error : curl_easy_strerror(code);
+    if (!last_reply.empty())
+        printf("? Mail relay %s refused the message: %s (%s)\n", url.c_str(), last_reply.c_str(),
+               why.c_str());
+    else
+        printf("? Mail relay %s failed: %s\n", url.c_str(), why.c_str());
+    return false;
+}
+
+} // namespace
+
+bool smtp_is_relay_url(const char *server) {
+    return server != nullptr &&
+           (starts_with_nocase(server, "smtp://") || starts_with_nocase(server, "smtps://"));
+}
+
+void smtp_set_time_limit(long seconds) {
+    time_limit_seconds = seconds;
+}
+
+bool sendmail_relay(const char *toEmail, const char *subject, const char *body,
+                    const char *senderName, const char *senderEmail, const char *replyTo,
+                    const char *server) {
+    RelayUrl relay;
+    if (!parse_relay_url(server, relay)) {
+        printf("? Mail server \"%s\" is not smtp://host[:port] or smtps://host[:port]\n", server);
+        return false;
+    }
+    std::string message = message_text(toEmail, subject, body, senderName, senderEmail, replyTo);
+    return deliver(relay, toEmail, message, senderEmail);
+}

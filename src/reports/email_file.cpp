@@ -1,0 +1,49 @@
+// MESSAGE-FROM-FILE: the same text file mailed to every customer with an
+// address, through the capture that SEND-BY-EMAIL has opened.
+#include <cstdio>
+#include <strings.h>
+
+#include "conio/iosubs.h"
+#include "db/db.h"
+#include "mail/email_capture.h"
+#include "reports/reports.h"
+
+namespace {
+
+bool wants_message(const customer *c) {
+    if (c->cash && !db.print_cash_bills)
+        return false;
+    if (c->eMail == nullptr || is_blank(c->eMail))
+        return false;
+    // Test mode: only the one address, whatever its letter case.
+    return db.emailSendOnly == nullptr || strcasecmp(c->eMail, db.emailSendOnly) == 0;
+}
+
+} // namespace
+
+void w_email_file(const char *defaultName) {
+    char *name = nullptr;
+    char *text = nullptr;
+    while (text == nullptr) {
+        name = (char *)errfree(name);
+        name = get_filename("File containing message to send", defaultName);
+        if (name[0] == '\0') {
+            errfree(name);
+            return;
+        }
+        text = alloc_file(name, "email", false);
+        if (text == nullptr)
+            printf("Unable to read file %s\n", name);
+    }
+    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+        if (!wants_message(c))
+            continue;
+        o_emailStart(c->eMail);
+        if (FILE *out = get_o_file())
+            fputs(text, out);
+        if (!o_emailEnd())
+            printf("Email FAILED to %s\n", c->eMail);
+    }
+    errfree(text);
+    errfree(name);
+}

@@ -1,7 +1,0 @@
-#include "conio/iosubs.h"
-#include "reports/reports.h"
-
-// SEND-BY-EMAIL comes with the e-mail capture.
-void do_email() {
-    notyet("SEND-BY-EMAIL");
-}

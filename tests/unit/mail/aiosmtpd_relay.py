@@ -1,0 +1,74 @@
+#!/usr/bin/python3
+"""A present-day relay for the mail tests (aiosmtpd):
+aiosmtpd_relay.py DIR SECONDS CERT KEY USER PASSWORD MODE MECHANISM
+
+MODE "starttls" requires STARTTLS before anything else; "tls" speaks TLS from
+the first byte. Authentication is required, with MECHANISM (LOGIN or PLAIN)
+the only one offered, and succeeds only for USER with PASSWORD. Prints
+"PORT <n>" once it listens on 127.0.0.1 and serves any number of
+connections until SECONDS have passed or DIR/stop exists. Message N (from 1)
+is recorded as DIR/N.envelope (sender, then each recipient, one a line) and
+DIR/N.content (the data as received, dot-stuffing undone); every refused
+login adds a line to DIR/refused."""
+
+import asyncio
+import logging
+import os
+import socket
+import ssl
+import sys
+
+from aiosmtpd.smtp import SMTP, AuthResult
+
+
+class Recorder:
+    def __init__(self, path, user, password):
+        self.path = path
+        self.user = user.encode()
+        self.password = password.encode()
+        self.count = 0
+
+    def write(self, name, data):
+        with open(os.path.join(self.path, name), "ab") as out:
+            out.write(data)
+
+    def __call__(self, server, session, envelope, mechanism, auth_data):
+        if auth_data.login == self.user and auth_data.password == self.password:
+            return AuthResult(success=True)
+        self.write("refused", mechanism.encode() + b"\n")
+        return AuthResult(success=False, handled=False)
+
+    async def handle_DATA(self, server, session, envelope):
+        self.count += 1
+        lines = [envelope.mail_from] + list(envelope.rcpt_tos)
+        self.write("%d.envelope" % self.count, ("\n".join(lines) + "\n").encode())
+        self.write("%d.content" % self.count, envelope.original_content)
+        return "250 Message accepted for delivery"
+
+
+async def serve(path, deadline, cert, key, user, password, mode, mechanism):
+    recorder = Recorder(path, user, password)
+    context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
+    context.load_cert_chain(cert, key)
+    excluded = [m for m in ("LOGIN", "PLAIN") if m != mechanism]
+    listener = socket.create_server(("127.0.0.1", 0))
+
+    def protocol():
+        return SMTP(recorder, hostname="relay.test", timeout=deadline, authenticator=recorder,
+                    auth_required=True, auth_exclude_mechanism=excluded,
+                    tls_context=context if mode == "starttls" else None,
+                    require_starttls=mode == "starttls", auth_require_tls=mode == "starttls")
+
+    server = await asyncio.get_running_loop().create_server(
+        protocol, sock=listener, ssl=context if mode == "tls" else None)
+    print("PORT", listener.getsockname()[1], flush=True)
+    loop = asyncio.get_running_loop()
+    end = loop.time() + deadline
+    while loop.time() < end and not os.path.exists(os.path.join(path, "stop")):
+        await asyncio.sleep(0.05)
+    server.close()
+
+
+if __name__ == "__main__":
+    logging.disable(logging.CRITICAL)
+    asyncio.run(serve(sys.argv[1], float(sys.argv[2]), *sys.argv[3:9]))
