@@ -1,21 +1,102 @@
 // Billing: charges, statements, time and tow summaries and the end of a
-// billing period. Uses the database, the console library and mail.
+// billing period. Uses the database and the console library.
 #pragma once
 
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
 #include "db/db.h"
+
+// A period total's misc breakdown, indexed by description so that adding a
+// customer's items never walks a list of hundreds of descriptions. The list
+// itself stays the ordered linked list that the summaries print.
+struct BreakdownIndex {
+    std::map<std::string_view, misc_breakdown *, std::greater<>> named;
+    misc_breakdown *unnamed = nullptr;
+};
 
 struct BillingState {
     char *bills_started = nullptr; // the period of the last bill run
     char *bills_ended = nullptr;
     charges *all_charges = nullptr;
+    // The mode the charges were last computed with: 1 for bills, the other
+    // value for the accounting export.
+    char lastReadQuicken = 0;
+    // Beside all_charges: its totals by name, and the breakdown index of
+    // every total that gathers many customers.
+    std::map<std::string, charges *> charges_index;
+    std::unordered_map<const charges *, BreakdownIndex> breakdown_index;
+    // Misc descriptions as the breakdowns name them. They outlive a reread
+    // of the history, which would otherwise leave the totals pointing at
+    // freed text.
+    std::set<std::string, std::less<>> item_names;
 };
 extern BillingState billing;
 
 // Billing's share of start-up and RESET: the period totals and bill dates.
 void billing_reset();
 
+// ---- Charge accumulation ------------------------------------------------------
+
+void charge_account(customer *c, charges *total, const char *start, const char *end,
+                    const char *heading, const char *trailer, bool accumulate, bool print,
+                    bool finance);
+// The range a flight, sale, misc or payment must fall in, dates as stored.
+struct DateRange {
+    bool has_start = false;
+    bool has_end = false;
+    int32_t start = 0;
+    int32_t end = 0;
+    bool contains(int32_t date) const {
+        return (!has_start || date >= start) && (!has_end || date <= end);
+    }
+};
+DateRange date_range(const char *start, const char *end);
+void charge_flight(flight *f, charges *ch, bool accumulate, bool print);
+void charge_gas(gas *g, charges *ch, customer *c, bool print);
+void charge_misc(misc *m, charges *ch, bool print);
+void charge_payment(payment *p, charges *ch, bool print);
+void charge_finCharges(customer *c, charges *ch, bool print);
+// Sales tax of `amount` at the named rate, added to the record when not 0.
+void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount);
+int32_t tax_on(int32_t rate, int32_t amount);
+int32_t rate_to_cents(int32_t rate);
+
+charges *fc_charge(const char *name, bool is_aircraft);
+void clear_charge(charges *ch);
+void clear_all_charges();
+void add_charges(charges *to, const charges *from);
+void add_to_breakdown(charges *ch, const char *item_name, int32_t amount, int count);
+void free_charges(charges *list);
+// A total that gathers many customers outside all_charges keeps a
+// breakdown index too; drop_total_index forgets it when the total goes.
+void index_total(const charges *ch);
+void drop_total_index(const charges *ch);
+
+int32_t newCharges(const charges *ch);
+int32_t getNewCharges(const customer *c);
+int32_t getCurrentBalance(const customer *c);
+bool any_charges(const customer *c);
+void summarize_charges(const charges *ch);
+void chargesOverDates(bool force);
+
+// ---- Bills and statements -----------------------------------------------------
+
 void do_fullBills();
 void do_emailBills();
+bool do_bills(int mode, bool by_email);
+bool force_bill_always(const customer *c);
+void out_period(const char *start, const char *end, const char *what);
+void w_charges(const char *start, const char *end);
+void w_stmnt();
+void w_balance();
+void w_flts();
+void w_flight(const flight *f);
+
 void do_emonth();
 void do_times();
 

@@ -5,14 +5,12 @@
 BillingState billing;
 
 void billing_reset() {
-    for (charges *c = billing.all_charges; c != nullptr;) {
-        charges *next = c->next;
-        free_misc_breakdown(c->misc_breakdown);
-        errfree(c->name);
-        errfree(c);
-        c = next;
-    }
+    free_charges(billing.all_charges);
     billing.all_charges = nullptr;
+    billing.charges_index.clear();
+    billing.breakdown_index.clear();
+    billing.item_names.clear();
+    billing.lastReadQuicken = 0;
     billing.bills_started = (char *)errfree(billing.bills_started);
     billing.bills_ended = (char *)errfree(billing.bills_ended);
 }

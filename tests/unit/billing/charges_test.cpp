@@ -1,0 +1,214 @@
+// The charge arithmetic at its edges and the ordered totals it builds.
+#include <climits>
+#include <string>
+#include <vector>
+
+#include "billing/billing.h"
+#include "db/db_fixture.h"
+
+namespace {
+
+class ChargesTest : public DbTest {
+  protected:
+    void SetUp() override {
+        DbTest::SetUp();
+        billing_reset();
+        pilot = fc_cust("PILOT", "PAT", true);
+        pilot->category = fc_category("DEFAULT");
+    }
+    void TearDown() override {
+        billing_reset();
+        DbTest::TearDown();
+    }
+    static void price(const char *item, int32_t mills) {
+        set_price(fc_item(item), "DEFAULT", mills, 0);
+    }
+    flight *fly(const char *plane, int type, int towheight, int minutes) {
+        flight *f = new_flight(pilot, plane);
+        f->type = static_cast<char>(type);
+        f->towheight = towheight;
+        f->start = 600;
+        f->end = 600 + minutes;
+        add_flight(f, pilot);
+        return f;
+    }
+    misc *misc_item(const char *why, int32_t cents, bool taxable) {
+        misc *m = zeroed<misc>();
+        m->customer = pilot;
+        m->why = alloc_str(why);
+        m->charge = cents;
+        m->taxable = taxable ? 1 : 0;
+        add_misc(m, pilot);
+        return m;
+    }
+    charges *bill(bool finance = false) {
+        start_capture();
+        charge_account(pilot, nullptr, nullptr, nullptr, nullptr, nullptr, true, false, finance);
+        warnings = end_capture();
+        return pilot->charges;
+    }
+    customer *pilot = nullptr;
+    std::string warnings;
+};
+
+std::vector<std::string> names(const misc_breakdown *list) {
+    std::vector<std::string> out;
+    for (; list != nullptr; list = list->next)
+        out.push_back(list->item_name + std::string("=") + std::to_string(list->charge) + "/" +
+                      std::to_string(list->count));
+    return out;
+}
+
+TEST_F(ChargesTest, TaxAndRateRoundingTruncateTowardZero) {
+    EXPECT_EQ(tax_on(50, 999), 50);
+    EXPECT_EQ(tax_on(50, -999), -49);
+    EXPECT_EQ(tax_on(50, 9), 0);
+    EXPECT_EQ(rate_to_cents(42004), 4200);
+    EXPECT_EQ(rate_to_cents(42005), 4201);
+    EXPECT_EQ(rate_to_cents(-42006), -4200);
+    // The product wraps as 32-bit arithmetic did; it never traps.
+    EXPECT_EQ(tax_on(INT32_MAX, 2), (static_cast<int32_t>(-2) + 500) / 1000);
+}
+
+TEST_F(ChargesTest, TowDividesTheHeightProductAloneAndFillsTheTowPlane) {
+    price("HOOKUP", 10000);
+    price("THOUSAND", 5000);
+    price("TOW-SALESTAX", 0);
+    towplane *tug = fc_tug("PAWNEE", true);
+    fly("DISCUS", 0, 20, 30)->towplane = tug;
+    fly("DISCUS", 0, 3, 30); // 5000 * 3 / 10 = 1500, not 5000 * (3 / 10)
+    charges *ch = bill();
+    EXPECT_EQ(ch->tow, 2000 + 1150);
+    EXPECT_EQ(ch->tow_count, 2);
+    EXPECT_EQ(ch->tow_height, 23);
+    EXPECT_EQ(ch->flight_min, 60);
+    EXPECT_EQ(ch->rental_count, 0); // no price for DISCUS: a private glider
+    EXPECT_EQ(tug->charges, 2000);
+    EXPECT_EQ(tug->numberTows, 1);
+    EXPECT_EQ(tug->towheight, 20);
+    charges *total = fc_charge("DISCUS", true);
+    EXPECT_EQ(total->tow, 3150);
+    EXPECT_EQ(total->tow_height, 23);
+}
+
+TEST_F(ChargesTest, InstructionRentalAndTheirTaxes) {
+    price("ASK21", 42000);
+    price("INSTRUCTION", 30000);
+    price("PVT-INSTRUCTION", 20000);
+    price("MINIMUM-TIME", 500);
+    price("GROUND-TIME", 100);
+    price("FLT-SALESTAX", 50);
+    price("INS-SALESTAX", 0);
+    fly("ASK21", 2, 0, 12); // 200 thousandths, raised to 500, plus 100 ground
+    fly("KA6", 2, 0, 60);   // private glider: private instruction, no rental
+    charges *ch = bill();
+    EXPECT_EQ(ch->instruction, (30000 * 600 + 5000) / 10000 + (20000 * 1100 + 5000) / 10000);
+    EXPECT_EQ(ch->inst_count, 2);
+    EXPECT_EQ(ch->inst_min, 72);
+    EXPECT_EQ(ch->rental, (42000 * 500 + 5000) / 10000);
+    EXPECT_EQ(ch->rental_count, 1);
+    EXPECT_EQ(ch->rental_min, 12);
+    EXPECT_EQ(ch->salestax, tax_on(50, ch->rental));
+}
+
+TEST_F(ChargesTest, RopeBreakAndPatternTowCountWithoutCharging) {
+    price("ASK21", 42000);
+    price("ROPE-BREAK", 5004);
+    price("ROPE-BREAK-SALESTAX", 100);
+    price("PATTERN-TOW", 15000);
+    price("PATTERN-TOW-SALESTAX", 0);
+    fly("ASK21", 3, 2, 5);
+    fly("KA6", 4, 8, 10);
+    charges *ch = bill();
+    EXPECT_EQ(ch->rope_break_charge, 500);
+    EXPECT_EQ(ch->rope_break_count, 1);
+    EXPECT_EQ(ch->pattern_tow_charge, 1500);
+    EXPECT_EQ(ch->salestax, 50);
+    EXPECT_EQ(ch->tow, 0);
+    EXPECT_EQ(ch->tow_count, 2);
+    EXPECT_EQ(ch->tow_height, 10);
+    EXPECT_EQ(ch->inst_count, 2);
+    EXPECT_EQ(ch->inst_min, 15);
+    EXPECT_EQ(ch->instruction, 0);
+    EXPECT_EQ(ch->rental, 0);
+    EXPECT_EQ(ch->rental_count, 1); // only the club glider
+    EXPECT_EQ(ch->rental_min, 5);
+    EXPECT_EQ(ch->flight_min, 0);
+    EXPECT_EQ(newCharges(ch), 500 + 1500 + 50);
+}
+
+TEST_F(ChargesTest, MiscBreakdownDescendsAndZeroAmountsCountNowhere) {
+    price("MISC-SALESTAX", 50);
+    misc_item("DUES", 4500, false);
+    misc_item("TIEDOWN", 2000, true);
+    misc_item("DUES", 4500, false);
+    misc_item("REFUND", -999, true);
+    misc_item("NOTHING", 0, true);
+    charges *ch = bill();
+    EXPECT_EQ(names(ch->misc_breakdown),
+              (std::vector<std::string>{"TIEDOWN=2000/1", "REFUND=-999/1", "DUES=9000/2"}));
+    EXPECT_EQ(ch->misc_charge, 11000);
+    EXPECT_EQ(ch->misc_charge_count, 3);
+    EXPECT_EQ(ch->misc_credit, -999);
+    EXPECT_EQ(ch->misc_credit_count, 1);
+    EXPECT_EQ(ch->salestax, 100 - 49); // a taxable credit lowers the tax
+    EXPECT_EQ(newCharges(ch), 11000 + 51);
+    EXPECT_EQ(getNewCharges(pilot), 11051 - 999);
+}
+
+TEST_F(ChargesTest, TotalsKeepTheirOrdersWhenMerged) {
+    for (const char *name : {"JUNIOR", "ASK21", "FULL", "DEFAULT"})
+        fc_charge(name, false);
+    std::vector<std::string> order;
+    for (charges *ch = billing.all_charges; ch != nullptr; ch = ch->next)
+        order.push_back(ch->name);
+    EXPECT_EQ(order, (std::vector<std::string>{"ASK21", "DEFAULT", "FULL", "JUNIOR"}));
+    EXPECT_EQ(fc_charge("FULL", true), fc_charge("FULL", false));
+
+    // The indexed total and a customer's own list order names alike.
+    charges *total = fc_charge("FULL", false);
+    misc_item("B", 100, false);
+    misc_item("D", 100, false);
+    charges *first = bill();
+    add_charges(total, first);
+    misc_item("C", -50, false);
+    misc_item("A", 10, false);
+    add_charges(total, bill());
+    EXPECT_EQ(names(total->misc_breakdown),
+              (std::vector<std::string>{"D=200/2", "C=-50/1", "B=200/2", "A=10/1"}));
+    EXPECT_EQ(names(pilot->charges->misc_breakdown),
+              (std::vector<std::string>{"D=100/1", "C=-50/1", "B=100/1", "A=10/1"}));
+}
+
+TEST_F(ChargesTest, FinanceChargeOnlyOnUnpaidOldBalance) {
+    price("FINANCE-THRESHOLD", 10000); // $10.00
+    price("FINANCE-CHARGE", 15);       // 1.5 %
+    price("MIN-FINANCE-CHARGE", 1000); // $1.00
+    struct {
+        int32_t balance, credit, expected;
+    } cases[] = {
+        {5000, 0, 100},       // 75 cents raised to the minimum
+        {20000, 0, 300},      // above the minimum
+        {999, 0, 0},          // below the threshold
+        {20000, -15000, 100}, // a credit counts as paid
+    };
+    for (const auto &c : cases) {
+        pilot->balance = c.balance;
+        free_customer_misc(pilot);
+        if (c.credit != 0)
+            misc_item("CREDIT", c.credit, false);
+        start_capture(); // the price changes are reported
+        price("FINANCE-THRESHOLD", c.balance == 5000 ? 1000 : 10000);
+        end_capture();
+        EXPECT_EQ(bill(true)->financeCharges, c.expected) << c.balance;
+    }
+    // A fee of 0 is not raised to the minimum.
+    start_capture();
+    price("FINANCE-CHARGE", 0);
+    end_capture();
+    pilot->balance = 50000;
+    EXPECT_EQ(bill(true)->financeCharges, 0);
+    EXPECT_EQ(getCurrentBalance(pilot), 50000 - 15000);
+}
+
+} // namespace
