@@ -1,7 +1,0 @@
-// EMAIL-BILLS is not written yet: it says so and returns.
-#include "billing/billing.h"
-#include "conio/iosubs.h"
-
-void do_emailBills() {
-    notyet("EMAIL-BILLS");
-}
