@@ -86,9 +86,10 @@ void entry_close_temporary() {
 }
 
 void remember(const char *question, const char *history, const char *temporary, void (*drop)()) {
-    if (!get_yesno(question, "YES"))
+    // A failed append has reported itself and left the history as it was,
+    // so what was computed from it still holds.
+    if (!get_yesno(question, "YES") || !append(history, temporary))
         return;
-    append(history, temporary);
     db.month_ended = 0;
     db.bills_computed = 0;
     db.times_computed = 0;
