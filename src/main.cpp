@@ -1,3 +1,4 @@
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -30,5 +31,8 @@ int main(int argc, char **argv) {
         fprintf(stderr, "varnok: unknown argument \"%s\" (try --help)\n", argv[1]);
         return 2;
     }
+    // A file-size limit must make a write fail, which the writer reports
+    // and survives, rather than kill the program half-way through a save.
+    signal(SIGXFSZ, SIG_IGN);
     return do_main(program_version, program_name);
 }

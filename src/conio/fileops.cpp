@@ -189,7 +189,7 @@ FILE *safe_open(SafeFile &sf, const char *name) {
     return sf.fp;
 }
 
-bool safe_commit(SafeFile &sf) {
+bool safe_prepare(SafeFile &sf) {
     if (sf.fp == nullptr)
         return false;
     bool ok = fflush(sf.fp) == 0 && ferror(sf.fp) == 0;
@@ -200,10 +200,20 @@ bool safe_commit(SafeFile &sf) {
         saved = errno;
     }
     sf.fp = nullptr;
-    if (ok && !safe_rename(sf.temp_name, sf.final_name)) {
-        ok = false;
-        saved = errno;
+    sf.fd = -1;
+    if (!ok) {
+        safe_unlink(sf.temp_name);
+        clear_safe(sf);
     }
+    errno = ok ? 0 : saved;
+    return ok;
+}
+
+bool safe_commit(SafeFile &sf) {
+    if (!safe_prepare(sf))
+        return false;
+    bool ok = safe_rename(sf.temp_name, sf.final_name);
+    int saved = errno;
     if (!ok)
         safe_unlink(sf.temp_name);
     clear_safe(sf);
@@ -251,6 +261,26 @@ bool safe_copy(const char *from, const char *to) {
         return false;
     }
     return safe_commit(sf);
+}
+
+bool safe_backup(const char *from, const char *to) {
+    std::string temp = std::string(to) + kTempInfix + std::to_string((long)getpid()) + "-0";
+    if (!step(FileStep::CREATE, temp.c_str()))
+        return false;
+    unlink(temp.c_str());
+    if (link(from, temp.c_str()) != 0) {
+        if (errno == EXDEV || errno == EPERM || errno == ENOTSUP || errno == EMLINK ||
+            errno == ENOSYS)
+            return safe_copy(from, to);
+        return false;
+    }
+    bool ok = safe_rename(temp.c_str(), to);
+    int saved = errno;
+    // When `to` already was a link to the same file the rename does
+    // nothing and leaves the temporary name in place.
+    unlink(temp.c_str());
+    errno = saved;
+    return ok;
 }
 
 bool safe_append_bytes(const char *name, const char *data, size_t length) {

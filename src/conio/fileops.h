@@ -29,6 +29,9 @@ struct SafeFile {
 FILE *safe_open(SafeFile &sf, const char *name); // nullptr: nothing was created
 bool safe_commit(SafeFile &sf);                  // false: old file untouched, temporary removed
 void safe_abort(SafeFile &sf);                   // drops the temporary file
+// Finishes the file like safe_commit but leaves it complete and on disk
+// under sf.temp_name, for a later safe_rename; false removes it.
+bool safe_prepare(SafeFile &sf);
 
 // ---- Single checked steps -----------------------------------------------------
 // Each returns false (errno set) when the step did not happen; none prints.
@@ -40,6 +43,10 @@ bool safe_unlink(const char *name);
 // Makes `to` a complete, synced copy of `from`, replacing `to` atomically;
 // false leaves `to` as it was.
 bool safe_copy(const char *from, const char *to);
+// Makes `to` hold what `from` holds now without touching `from` (a hard
+// link where the file system has them, else a synced copy), replacing `to`
+// atomically.
+bool safe_backup(const char *from, const char *to);
 // Makes `name` end with the given bytes, by rewriting it as a whole.
 bool safe_append_bytes(const char *name, const char *data, size_t length);
 // A stream appending to `name` (created if missing) whose every write is a

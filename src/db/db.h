@@ -210,6 +210,8 @@ struct DbState {
     char payments_read = 0;
     char balances_read = 0;
     char balances_changed = 0;
+    // Temporaries of killed runs are looked for once per run.
+    char leftovers_removed = 0;
     char month_ended = 0;
 
     // The quicken value each history loader last loaded with.
@@ -379,6 +381,9 @@ void do_r_gas(bool quicken);
 void maybe_read();
 void do_save();
 void do_write_database();
+// Completes a history rewrite that a crash interrupted, and removes the
+// temporaries of killed runs; every loader calls it before reading.
+void finish_pending_rewrite();
 
 // ---- Transaction record printing ------------------------------------------------
 

@@ -511,6 +511,7 @@ void readGas(const char *file) {
 void do_r_flights(bool quicken) {
     if (db.flights_read && db.flights_quicken == (char)quicken)
         return;
+    finish_pending_rewrite();
     db.flights_quicken = (char)quicken;
     free_flights();
     if (quicken)
@@ -522,6 +523,7 @@ void do_r_flights(bool quicken) {
 void do_r_gas(bool quicken) {
     if (db.gas_read && db.gas_quicken == (char)quicken)
         return;
+    finish_pending_rewrite();
     db.gas_quicken = (char)quicken;
     free_gas();
     if (quicken)
@@ -531,6 +533,7 @@ void do_r_gas(bool quicken) {
 }
 
 void maybe_read() {
+    finish_pending_rewrite();
     if (db.price_list == nullptr)
         do_r_price();
     if (db.abbrevs == nullptr)
@@ -544,129 +547,4 @@ void do_save() {
     do_w_custs();
     do_w_prices();
     do_w_balances();
-}
-
-namespace {
-
-// Writes one history file completely under its temporary name. A file that
-// could not be opened or not be written to the end is reported by the
-// formatter and leaves every existing file as it was.
-bool write_temporary(const char *name, const char *kind, const std::function<void()> &body) {
-    FILE *out = open_o_file(name, kind);
-    if (out == nullptr) {
-        set_o_file(stdout);
-        return false;
-    }
-    set_tabs_allowed(false);
-    body();
-    if (close_o_file(out, name, kind) != 0) {
-        set_o_file(stdout);
-        return false;
-    }
-    return true;
-}
-
-void o_text_line(const char *text) {
-    o_lstring(text, 0, false);
-    o_newline(0);
-}
-
-enum class Replaced { WITH_BACKUP, WITHOUT_BACKUP, LOST };
-
-// The old main file is kept under the backup name; the new one replaces it
-// even when no old one could be moved aside.
-Replaced replace_history(const char *temp_name, const char *history_name, const char *backup) {
-    safe_unlink(backup);
-    if (safe_rename(history_name, backup)) {
-        safe_rename(temp_name, history_name);
-        return Replaced::WITH_BACKUP;
-    }
-    return safe_rename(temp_name, history_name) ? Replaced::WITHOUT_BACKUP : Replaced::LOST;
-}
-
-// Every customer's records of one kind, in customer order, one a line in
-// the file form.
-template <class T>
-void write_records(T *customer::*list, void (*print)(const T *, int, bool, bool)) {
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
-        for (T *rec = c->*list; rec != nullptr; rec = rec->next) {
-            print(rec, 0, false, true);
-            o_newline(0);
-        }
-}
-
-void write_gas_and_misc() {
-    o_text_line("$VERSION 2");
-    o_text_line("$MISC");
-    o_text_line("!Date\t\tSheet\tLine\tAccount\t\tTax\tCents\tCharge (credit) is for");
-    write_records(&customer::misc, o_misc_struct);
-    o_text_line("$GAS");
-    o_text_line("!Date\t\tSheet\tLine\tAccount\t\tCents\tGrade\tGallons\tPlane\tPilot");
-    write_records(&customer::gas, o_gas_struct);
-}
-
-void write_payments() {
-    o_text_line("$VERSION 3");
-    o_text_line("$PAYMENTS");
-    o_text_line("!Date\tCents\tCheck\tAccount\t\tNote");
-    write_records(&customer::payments, o_payment_struct);
-}
-
-void write_flights() {
-    o_text_line("$VERSION 2");
-    o_text_line("!Date\t\tNumber\tAccount\t\t\tPlane\tPilot\tType\tCFI\tPass");
-    write_records(&customer::flights, o_flight_struct);
-}
-
-} // namespace
-
-void do_write_database() {
-    maybe_read();
-    do_r_flights(true);
-    do_r_gas(true);
-    do_r_payments(true);
-    do_r_balances();
-
-    printf("If you write these changes and you have created output to QUICKEN this month\n");
-    printf("the QUICKEN output will incorrectly be created again.\n");
-    if (!get_yesno("Are you sure you wish to write these changes", "NO"))
-        return;
-
-    if (write_temporary(db.gastempfile, "gas and misc charges", write_gas_and_misc)) {
-        Replaced r = replace_history(db.gastempfile, db.gashistfile, "VNKGAS.BAK");
-        if (r == Replaced::WITH_BACKUP)
-            printf("\tThe old copy of %s is in VNKGAS.BAK\n", db.gashistfile);
-        else if (r == Replaced::LOST)
-            printf("? Could not write GAS charges database, changes just made are lost.\n");
-        safe_unlink("VNKGASQU.BAK");
-        safe_rename(db.gashistqufile, "VNKGASQU.BAK");
-        // This message has always named VNKGAS.BAK for the companion too.
-        printf("\tThe old copy of %s is in VNKGAS.BAK\n", db.gashistqufile);
-        create_empty_file(db.gashistqufile);
-    }
-
-    if (write_temporary(db.paytempfile, "payments", write_payments)) {
-        Replaced r = replace_history(db.paytempfile, db.payhistfile, "VNKPMNT.BAK");
-        if (r == Replaced::WITH_BACKUP)
-            printf("\tThe old copy of %s is in VNKPMNT.BAK\n", db.payhistfile);
-        else if (r == Replaced::LOST)
-            printf("? Could not write PAYMENTS database, changes just made are lost.\n");
-        safe_unlink("VNKPMNTQ.BAK");
-        safe_rename(db.payhistqufile, "VNKPMNTQ.BAK");
-        printf("\tThe old copy of %s is in VNKPMNTQ.BAK\n", db.payhistqufile);
-        create_empty_file(db.payhistqufile);
-    }
-
-    if (!write_temporary(db.daytempfile, "day sheet", write_flights))
-        return;
-    Replaced r = replace_history(db.daytempfile, db.daysheetfile, "VNKFLGHT.BAK");
-    if (r == Replaced::WITH_BACKUP)
-        printf("\tThe old copy of %s is in VNKFLGHT.BAK\n", db.daysheetfile);
-    else if (r == Replaced::LOST)
-        printf("? Could not write FLIGHTS database, changes just made are lost.\n");
-    // The day sheet companion goes to .OLD although the message says .BAK.
-    safe_unlink("VNKFLGQU.OLD");
-    safe_rename(db.daysheetqufile, "VNKFLGQU.OLD");
-    printf("\tThe old copy of %s is in VNKFLGQU.BAK\n", db.daysheetqufile);
-    create_empty_file(db.daysheetqufile);
 }

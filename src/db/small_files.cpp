@@ -287,6 +287,7 @@ void readPaymentsFile(const char *name) {
 void do_r_payments(bool quicken) {
     if (db.payments_read && db.payments_quicken == static_cast<char>(quicken))
         return;
+    finish_pending_rewrite();
     db.payments_quicken = static_cast<char>(quicken);
     free_all_payments();
     if (quicken)

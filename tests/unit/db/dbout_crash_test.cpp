@@ -1,0 +1,182 @@
+// DBOUT ended by a crash, or stopped by a failed file step, at every one of
+// its file steps: after the next start every history family (main file and
+// companion) holds exactly the records of an uninterrupted run, each once.
+#include <algorithm>
+#include <filesystem>
+#include <vector>
+
+#include "db_fixture.h"
+
+namespace {
+
+class DboutCrashTest : public DbTest {
+  protected:
+    // A club whose companions hold records, so that a doubled or lost
+    // companion shows.
+    static void lay_out_club() {
+        for (const auto &e : std::filesystem::directory_iterator("."))
+            std::filesystem::remove_all(e.path());
+        write_file("VNKABBRV.DAT", "$VERSION 1\n");
+        write_file("VNKBAL.DAT", "$VERSION 1\nLEE\tAL\t-1200\n");
+        write_file("VNKPRICE.DAT", "$VERSION 2\n\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n");
+        const std::string record = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
+                                   "-No eMail\n1 Main St\n\n";
+        write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record +
+                                      "SMITH\tJOHN\nCREDIT\tFULL\n" + record);
+        write_file("VNKFLGQU.HIS",
+                   "$VERSION 2\n6-2-2005\t1\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t11:00\t11:20\n");
+        write_file(
+            "VNKFLGHT.HIS",
+            "$VERSION 2\n6-3-2005\t4\tSMITH,JOHN\tN9\tJ\tI\tAL\t\tTP\tPAWNEE\t3\t9:00\t9:45\n"
+            "6-3-2005\t5\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t10:00\t10:20\n");
+        write_file("VNKGASQU.HIS", "$VERSION 2\n$MISC\n6-1-2005\t1\t1\tSMITH,JOHN\tY\t1500\tTie\n");
+        write_file("VNKGAS.HIS",
+                   "$VERSION 2\n$GAS\n6-3-2005\t2\t1\tSMITH,JOHN\t3075\t100\t12.3\tN1\tJ\n");
+        write_file("VNKPMNTQ.HIS", "$VERSION 3\n$PAYMENTS\n6-1-2005\t1000\t55\tLEE,AL\tdues\n");
+        write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n6-4-2005\t2500\t101\tSMITH,JOHN\tx\n");
+    }
+
+    static void fresh_start() {
+        db_reset();
+        db_init();
+    }
+
+    static void dbout() {
+        fresh_start();
+        feed_input("YES\n");
+        do_write_database();
+    }
+
+    // Every record of every family as the next start loads it (companions
+    // included), sorted per family; duplicate warnings and failed reads
+    // show in the text too.
+    static std::string records_after_restart() {
+        fresh_start();
+        std::string load = output_of([] {
+            maybe_read();
+            do_r_flights(true);
+            do_r_gas(true);
+            do_r_payments(true);
+        });
+        std::vector<std::string> families[4];
+        for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+            for (flight *f = c->flights; f; f = f->next)
+                families[0].push_back(output_of([&] {
+                    o_flight_struct(f, 0, false, true);
+                    o_newline(0);
+                }));
+            for (gas *g = c->gas; g; g = g->next)
+                families[1].push_back(output_of([&] {
+                    o_gas_struct(g, 0, false, true);
+                    o_newline(0);
+                }));
+            for (misc *m = c->misc; m; m = m->next)
+                families[2].push_back(output_of([&] {
+                    o_misc_struct(m, 0, false, true);
+                    o_newline(0);
+                }));
+            for (payment *p = c->payments; p; p = p->next)
+                families[3].push_back(output_of([&] {
+                    o_payment_struct(p, 0, false, true);
+                    o_newline(0);
+                }));
+        }
+        std::string text;
+        for (auto &family : families) {
+            std::sort(family.begin(), family.end());
+            for (const auto &r : family)
+                text += r + "\n";
+            text += "--\n";
+        }
+        // Only what points at trouble counts from the loading messages.
+        for (const char *trouble : {"? ", "Suspicious"})
+            if (has(load, trouble))
+                text += "load said: " + load;
+        return text;
+    }
+
+    // The files a finished run may leave besides the club's own.
+    static bool only_expected_files() {
+        for (const auto &e : std::filesystem::directory_iterator(".")) {
+            std::string n = e.path().filename().string();
+            if (n.find(".tmp") != std::string::npos || n == "VNKDBOUT.PND") {
+                ADD_FAILURE() << "left behind: " << n;
+                return false;
+            }
+        }
+        return true;
+    }
+};
+
+TEST_F(DboutCrashTest, EveryKillPointLeavesEachRecordOnceAfterTheNextStart) {
+    lay_out_club();
+    std::string before = records_after_restart();
+    int steps = exit_status_of([] {
+        dbout();
+        _exit((int)file_steps_taken());
+    });
+    std::string expected = records_after_restart();
+    EXPECT_EQ(expected, before); // the rewrite moves records, it loses none
+    EXPECT_FALSE(has(expected, "load said")) << expected;
+    ASSERT_GT(steps, 40);
+    ASSERT_LT(steps, kFileFaultExitStatus); // exit status cannot be confused
+
+    for (int n = 1; n <= steps; n++) {
+        lay_out_club();
+        int status = exit_status_of([n] {
+            fresh_start();
+            feed_input("YES\n");
+            file_fault_at(n, FileFault::EXIT);
+            do_write_database();
+        });
+        ASSERT_EQ(status, kFileFaultExitStatus) << "step " << n;
+        EXPECT_EQ(records_after_restart(), expected) << "killed before file step " << n;
+        EXPECT_TRUE(only_expected_files()) << "killed before file step " << n;
+        EXPECT_FALSE(std::filesystem::exists("VNKDBOUT.PND"));
+    }
+}
+
+TEST_F(DboutCrashTest, EveryFailedStepStopsWithAMessageAndLosesNothing) {
+    lay_out_club();
+    std::string expected = records_after_restart();
+    file_fault_at(0, FileFault::NONE);
+    output_of(dbout);
+    long steps = file_steps_taken();
+    std::string finished_gas = read_file("VNKGAS.HIS");
+
+    int stopped = 0;
+    for (long n = 1; n <= steps; n++) {
+        lay_out_club();
+        std::string out = output_of([n] {
+            fresh_start();
+            feed_input("YES\n");
+            file_fault_at(n, FileFault::FAIL);
+            do_write_database();
+        });
+        file_fault_at(0, FileFault::NONE);
+        SCOPED_TRACE("failed file step " + std::to_string(n) + "\n" + out);
+        if (has(out, "? "))
+            stopped++;
+        // A failed rename stops the rewrite; a temporary file that cannot
+        // be written only skips its family.
+        size_t lost = out.find("? Could not write");
+        if (lost != std::string::npos) {
+            EXPECT_FALSE(has(out.substr(lost), "The old copy"));
+        }
+        EXPECT_EQ(records_after_restart(), expected);
+        EXPECT_TRUE(only_expected_files());
+    }
+    // Every step but the clean-up of the pending file can fail visibly.
+    EXPECT_GE(stopped, (int)steps - 3);
+
+    // A failed rename of the old main file leaves the family as it was.
+    lay_out_club();
+    std::filesystem::create_directory("VNKGAS.BAK"); // a backup cannot replace it
+    std::string out = output_of(dbout);
+    EXPECT_TRUE(has(out, "? Could not write GAS charges database")) << out;
+    EXPECT_FALSE(has(out, "The old copy")) << out;
+    EXPECT_NE(read_file("VNKGAS.HIS"), finished_gas);
+    EXPECT_TRUE(has(read_file("VNKGASQU.HIS"), "SMITH,JOHN"));
+}
+
+} // namespace
