@@ -219,7 +219,9 @@ bool deliver(const RelayUrl &relay, const char *toEmail, const std::string &mess
     if (code == CURLE_OK)
         return true;
     std::string why = error[0] != '\0' ? error : curl_easy_strerror(code);
-    if (!last_reply.empty())
+    // A 4xx or 5xx reply is the relay's own reason; otherwise the relay went
+    // silent or away, and the library's reason says how.
+    if (!last_reply.empty() && (last_reply[0] == '4' || last_reply[0] == '5'))
         printf("? Mail relay %s refused the message: %s (%s)\n", url.c_str(), last_reply.c_str(),
                why.c_str());
     else
