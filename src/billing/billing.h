@@ -89,6 +89,13 @@ void chargesOverDates(bool force);
 void do_fullBills();
 void do_emailBills();
 bool do_bills(int mode, bool by_email);
+// The e-mail branch of the bill run: whether this customer's statement is
+// mailed (an address, and the test-mode address if one is set); starting
+// its capture; and ending it, true when sent. A statement that was not sent
+// goes into `fallback` (the statements file) followed by a form feed.
+bool email_bill_wanted(const customer *c);
+void email_bill_start(const customer *c);
+bool email_bill_finish(FILE *fallback);
 bool force_bill_always(const customer *c);
 void out_period(const char *start, const char *end, const char *what);
 void w_charges(const char *start, const char *end);

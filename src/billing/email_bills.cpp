@@ -1,9 +1,12 @@
 // EMAIL-BILLS: the bill run, with each statement mailed to the customers
-// who have an address. It needs the club's sender and relay first.
+// who have an address. It needs the club's sender and relay first. The
+// helpers below are the e-mail branch of the bill run's customer loop.
 #include <cstdio>
+#include <strings.h>
 
 #include "billing/billing.h"
 #include "conio/iosubs.h"
+#include "mail/email_capture.h"
 
 void do_emailBills() {
     maybe_read();
@@ -15,4 +18,30 @@ void do_emailBills() {
     }
     // The bill run itself comes with BILLS.
     notyet("EMAIL-BILLS");
+}
+
+bool email_bill_wanted(const customer *c) {
+    if (c->eMail == nullptr || is_blank(c->eMail))
+        return false;
+    // Test mode: only the one address, whatever its letter case.
+    return db.emailSendOnly == nullptr || strcasecmp(c->eMail, db.emailSendOnly) == 0;
+}
+
+void email_bill_start(const customer *c) {
+    const char *subject = db.emailSubject != nullptr ? db.emailSubject : "bill created by VARNOK";
+    o_emailOpen(db.emailTempFile, subject, "", db.emailSender, db.emailServer);
+    o_emailStart(c->eMail);
+}
+
+bool email_bill_finish(FILE *fallback) {
+    bool sent = o_emailEnd();
+    // A statement that did not go out is printed after all, so that the
+    // treasurer can post it.
+    const char *text = o_emailGetLastContent();
+    if (!sent && text != nullptr && fallback != nullptr) {
+        fprintf(fallback, "%s", text);
+        fputc('\f', fallback);
+    }
+    o_emailClose();
+    return sent;
 }
