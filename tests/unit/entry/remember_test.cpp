@@ -180,6 +180,29 @@ TEST_P(RememberTest, AFailureOrCrashAtAnyStepOfRememberLosesNothing) {
     }
 }
 
+// A temporary file that did not reach the disk is never appended: the
+// history would otherwise get the previous run's lines again. The previous
+// temporary file stays as it was.
+TEST_P(RememberTest, ATemporaryFileThatFailedIsNotRemembered) {
+    const Dialogue &d = GetParam();
+    const std::string old = old_history(d);
+    const std::string previous = "$VERSION 2\n! lines of an earlier run\n";
+    std::string declined = d.input;
+    declined.replace(declined.rfind("YES"), 3, "NO");
+    write_file(d.history, old);
+    long typed_steps = steps_of(run_dialogue(d, declined, [] {}));
+    ASSERT_GT(typed_steps, 0);
+
+    for (long step = 1; step <= typed_steps; step++) {
+        write_file(d.temporary, previous);
+        Child child = run_dialogue(d, d.input, [=] { file_fault_at(step, FileFault::FAIL); });
+        EXPECT_HISTORY(read_file(d.history), old, child.out) << "failed step " << step;
+        EXPECT_EQ(read_file(d.temporary), previous) << "failed step " << step;
+        EXPECT_FALSE(has(child.out, "Remember")) << child.out;
+        EXPECT_TRUE(has(child.out, "? Unable to")) << child.out;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryHistory, RememberTest, testing::ValuesIn(kDialogues),
                          [](const testing::TestParamInfo<Dialogue> &param) {
                              return std::string(param.param.name);
