@@ -1,5 +1,5 @@
 // Billing: charges, statements, time and tow summaries and the end of a
-// billing period. Uses the database and the console library.
+// billing period. Uses the database, mail capture and the console library.
 #pragma once
 
 #include <cstdint>
@@ -62,7 +62,9 @@ void charge_misc(misc *m, charges *ch, bool print);
 void charge_payment(payment *p, charges *ch, bool print);
 void charge_finCharges(customer *c, charges *ch, bool print);
 // Sales tax of `amount` at the named rate, added to the record when not 0.
-void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount);
+// Flights say when a tax rate is missing; fuel and misc taxes are optional.
+void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount,
+                  bool warn);
 int32_t tax_on(int32_t rate, int32_t amount);
 int32_t rate_to_cents(int32_t rate);
 
@@ -97,6 +99,9 @@ bool email_bill_wanted(const customer *c);
 void email_bill_start(const customer *c);
 bool email_bill_finish(FILE *fallback);
 bool force_bill_always(const customer *c);
+// The account lists (categories, then flags) that close the statements
+// file are the reports' writers; the shell installs them at start-up.
+extern void (*account_lists_hook)();
 void out_period(const char *start, const char *end, const char *what);
 void w_charges(const char *start, const char *end);
 void w_stmnt();

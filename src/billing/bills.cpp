@@ -1,28 +1,98 @@
-// BILLS: every customer's statement for the period into the statements file.
+// BILLS: every customer who owes or did anything in the period gets a
+// statement in the statements file, followed by the period's totals.
+#include <cstdio>
+#include <cstring>
+
 #include "billing/billing.h"
 #include "conio/iosubs.h"
 
-void do_fullBills() {
-    notyet("BILLS");
+void (*account_lists_hook)() = nullptr;
+
+namespace {
+
+struct BillCounts {
+    int printed = 0;
+    int sent = 0;
+    int failed = 0;
+};
+
+// One customer's statement into the current destination. The e-mail
+// branch of EMAIL-BILLS wraps this with its capture and its fallback.
+void bill_customer(customer *c, const char *heading, const char *trailer, bool finance,
+                   BillCounts &counts) {
+    FILE *destination = get_o_file();
+    bool discarded = c->cash && !db.print_cash_bills;
+    if (discarded)
+        set_o_file(nullptr);
+    charge_account(c, fc_charge(c->category, false), billing.bills_started, billing.bills_ended,
+                   heading, trailer, true, true, finance);
+    // The page end also empties the formatter's pending line, which would
+    // otherwise carry a discarded statement's last words into the file.
+    o_formfeed();
+    if (!discarded)
+        counts.printed++;
+    set_o_file(destination);
 }
 
-void out_period(const char *start, const char *end, const char *what) {
-    if (start == nullptr && end == nullptr) {
-        o_lstring("All", 0, true);
-        o_lstring(what, 0, true);
-        o_lstring("on any date", 0, true);
-        return;
+} // namespace
+
+void do_fullBills() {
+    do_bills(1, false);
+}
+
+bool force_bill_always(const customer *c) {
+    if (db.always_bill_flag == nullptr || c == nullptr)
+        return false;
+    for (const namelist *flag = c->flags; flag != nullptr; flag = flag->next)
+        if (flag->name != nullptr && strcmp(flag->name, db.always_bill_flag) == 0)
+            return true;
+    return false;
+}
+
+bool do_bills(int mode, bool by_email) {
+    if (billing.lastReadQuicken == mode && db.bills_computed &&
+        !get_yesno("Bills were already created. Make them again", "NO"))
+        return false;
+    for (towplane &tug : db.tugList) {
+        tug.charges = 0;
+        tug.numberTows = 0;
+        tug.towheight = 0;
     }
-    o_lstring("Only", 0, true);
-    o_lstring(what, 0, true);
-    if (start != nullptr) {
-        o_lstring("including and after:", 0, true);
-        o_lstring(start, 0, true);
+    billing.lastReadQuicken = static_cast<char>(mode);
+    FILE *previous = get_o_file();
+    bool tabs = set_tabs_allowed(false);
+    bool finance = get_yesno("Apply finance charges", "NO");
+    chargesOverDates(mode != 0);
+
+    char *heading = alloc_file(db.headfile, "heading", false);
+    if (by_email && db.emailSendOnly != nullptr)
+        printf("!!!SPECIAL TEST MODE sending only to %s\n", db.emailSendOnly);
+    char *trailer = alloc_file(db.trailfile, "trailer", false);
+
+    BillCounts counts;
+    FILE *file = open_o_file(db.statementfile, "statements");
+    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+        if (!force_bill_always(c) && !any_charges(c))
+            continue;
+        // EMAIL-BILLS sends the statements of customers with an address here
+        // (counting sent and failed ones) and falls back to the file.
+        bill_customer(c, heading, trailer, finance, counts);
     }
-    if (start != nullptr && end != nullptr)
-        o_lstring("and", 0, true);
-    if (end != nullptr) {
-        o_lstring("including and before:", 0, true);
-        o_lstring(end, 0, true);
-    }
+    w_charges(billing.bills_started, billing.bills_ended);
+    o_formfeed();
+    if (account_lists_hook != nullptr)
+        account_lists_hook();
+
+    close_o_file(file, db.statementfile, "statements");
+    printf("%d statements printed to file %s\n", counts.printed, db.statementfile);
+    if (counts.sent > 0)
+        printf("%d statements sent by email\n", counts.sent);
+    if (counts.failed > 0)
+        log_error("? %d emails FAILED to send\n", counts.failed);
+    db.bills_computed = 1;
+    errfree(heading);
+    errfree(trailer);
+    set_o_file(previous);
+    set_tabs_allowed(tabs);
+    return tabs;
 }

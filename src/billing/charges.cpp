@@ -93,8 +93,9 @@ int32_t tax_on(int32_t rate, int32_t amount) {
     return wrap(int64_t{wrap(int64_t{rate} * amount)} + 500) / 1000;
 }
 
-void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount) {
-    int32_t tax = tax_on(lookup_rate(item, category_name, true), amount);
+void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount,
+                  bool warn) {
+    int32_t tax = tax_on(lookup_rate(item, category_name, warn), amount);
     if (tax != 0)
         add(ch->salestax, tax);
 }
@@ -259,7 +260,8 @@ void charge_flight(flight *f, charges *ch, bool accumulate, bool print) {
             }
         }
         charge_line(rope_break ? "Rope break:" : "Pattern tow:", charge);
-        add_salestax(ch, rope_break ? "ROPE-BREAK-SALESTAX" : "PATTERN-TOW-SALESTAX", cat, charge);
+        add_salestax(ch, rope_break ? "ROPE-BREAK-SALESTAX" : "PATTERN-TOW-SALESTAX", cat, charge,
+                     true);
         // Counted as a tow and as instruction without charging either, and
         // as rental time of a club aircraft without charging rental.
         for (charges *target : {ch, plane}) {
@@ -302,7 +304,7 @@ void charge_flight(flight *f, charges *ch, bool accumulate, bool print) {
                 }
             }
             ch->tow_height += f->towheight;
-            add_salestax(ch, "TOW-SALESTAX", cat, tow);
+            add_salestax(ch, "TOW-SALESTAX", cat, tow, true);
         }
         for (charges *target : {ch, plane})
             if (target != nullptr)
@@ -321,7 +323,7 @@ void charge_flight(flight *f, charges *ch, bool accumulate, bool print) {
             }
             if (instruction != 0) {
                 charge_line("Instruction:", instruction);
-                add_salestax(ch, "INS-SALESTAX", cat, instruction);
+                add_salestax(ch, "INS-SALESTAX", cat, instruction, true);
             }
         }
 
@@ -335,7 +337,7 @@ void charge_flight(flight *f, charges *ch, bool accumulate, bool print) {
                 target->rental_min += minutes;
             }
             charge_line("Rental:", rental);
-            add_salestax(ch, "FLT-SALESTAX", cat, rental);
+            add_salestax(ch, "FLT-SALESTAX", cat, rental, true);
         }
     }
     if (line_open)
@@ -363,7 +365,7 @@ void charge_gas(gas *g, charges *ch, customer *c, bool print) {
     }
     add(ch->gas, g->charge);
     ch->gallons += g->gallons;
-    add_salestax(ch, "GAS-SALESTAX", categoryOnDate(g->date, c), g->charge);
+    add_salestax(ch, "GAS-SALESTAX", categoryOnDate(g->date, c), g->charge, false);
 }
 
 void charge_misc(misc *m, charges *ch, bool print) {
@@ -384,7 +386,7 @@ void charge_misc(misc *m, charges *ch, bool print) {
     }
     add_to_breakdown(ch, m->why, m->charge, 1);
     if (m->taxable)
-        add_salestax(ch, "MISC-SALESTAX", categoryOnDate(m->date, m->customer), m->charge);
+        add_salestax(ch, "MISC-SALESTAX", categoryOnDate(m->date, m->customer), m->charge, false);
 }
 
 void charge_payment(payment *p, charges *ch, bool print) {
