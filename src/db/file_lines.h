@@ -1,6 +1,8 @@
 // Small helpers shared by the data-file readers.
 #pragma once
 
+#include <cctype>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -20,6 +22,34 @@ inline std::string tab_field(const char *line, int n) {
 inline std::string upper(std::string text) {
     uc_string(text.data());
     return text;
+}
+
+// Reads a signed decimal number as "%ld" would (leading blanks, a sign,
+// digits), but only when it fits the 32-bit fields the records hold: a
+// larger value does not read at all, so the reader reports the line
+// instead of storing a wrapped number. `end` receives where it stopped.
+inline bool scan_int32(const char *text, int32_t &value, const char **end = nullptr) {
+    const char *p = text;
+    while (isspace(static_cast<unsigned char>(*p)))
+        p++;
+    bool negative = *p == '-';
+    if (*p == '-' || *p == '+')
+        p++;
+    if (!isdigit(static_cast<unsigned char>(*p)))
+        return false;
+    int64_t magnitude = 0;
+    while (isdigit(static_cast<unsigned char>(*p))) {
+        magnitude = magnitude * 10 + (*p++ - '0');
+        if (magnitude > int64_t{INT32_MAX} + 1)
+            return false;
+    }
+    int64_t v = negative ? -magnitude : magnitude;
+    if (v > INT32_MAX)
+        return false;
+    value = static_cast<int32_t>(v);
+    if (end != nullptr)
+        *end = p;
+    return true;
 }
 
 } // namespace dbfile

@@ -15,6 +15,7 @@
 
 #include "conio/iosubs.h"
 #include "db/db.h"
+#include "db/file_lines.h"
 
 namespace {
 
@@ -96,16 +97,14 @@ int32_t read_date(DateCache &cache, const char *field, int line_number) {
     return (int32_t)value;
 }
 
-// The scanf conversions of the file formats, done with strtol and strtof:
-// they run on nearly every field of every line.
+// The scanf conversions of the file formats, done by hand: they run on
+// nearly every field of every line, and a value too large for its field
+// must be reported, not wrapped.
 bool scan_long(const char *text, long &value, const char **end = nullptr) {
-    char *stop = nullptr;
-    long v = strtol(text, &stop, 10);
-    if (stop == text)
+    int32_t v = 0;
+    if (!dbfile::scan_int32(text, v, end))
         return false;
     value = v;
-    if (end != nullptr)
-        *end = stop;
     return true;
 }
 
@@ -247,7 +246,10 @@ bool read_clock(const char *field, int32_t &minutes) {
     const char *colon = nullptr;
     if (!scan_long(field, hours, &colon) || *colon != ':' || !scan_long(colon + 1, mins))
         return false;
-    minutes = (int32_t)((int64_t)hours * 60 + mins);
+    int64_t total = (int64_t)hours * 60 + mins;
+    if (total < INT32_MIN || total > INT32_MAX)
+        return false;
+    minutes = (int32_t)total;
     return true;
 }
 
@@ -491,10 +493,9 @@ void readGas(const char *file) {
             int whole = 0;
             int tenth = 0;
             int got = scan_gallons(field[7], whole, tenth);
-            if (got == 1) {
-                g->gallons = (int)(int32_t)((int64_t)whole * 10);
-            } else if (got == 2) {
-                g->gallons = (int)(int32_t)((int64_t)whole * 10 + tenth);
+            int64_t tenths = (int64_t)whole * 10 + (got == 2 ? tenth : 0);
+            if (got != 0 && tenths >= INT32_MIN && tenths <= INT32_MAX) {
+                g->gallons = (int)tenths;
             } else {
                 printf("? Unable to find gallons on line %d in \"%s\"\n", line_number, file);
                 g->gallons = 0;

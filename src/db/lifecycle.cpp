@@ -7,6 +7,7 @@
 
 #include "conio/iosubs.h"
 #include "db/db.h"
+#include "db/file_lines.h"
 
 namespace {
 
@@ -260,9 +261,9 @@ int set_invoice_number(int32_t *out, const char *text) {
         text++;
     if (!is_number(text))
         return 0;
-    long number = 0;
-    if (sscanf(text, " %ld", &number) != 1)
+    int32_t number = 0;
+    if (!dbfile::scan_int32(text, number))
         return -1;
-    *out = (int32_t)number;
+    *out = number;
     return 0;
 }

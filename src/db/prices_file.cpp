@@ -58,6 +58,10 @@ bool parse_cost(const char *text, int32_t *cost) {
     if (errno == ERANGE)
         return false;
 
+    // A cost that does not fit the 32-bit field is a bad value, not a
+    // wrapped one.
+    if (whole_value < -int64_t{INT32_MAX} / 1000 - 1 || whole_value > int64_t{INT32_MAX} / 1000 + 1)
+        return false;
     int64_t magnitude = whole_value < 0 ? -int64_t{whole_value} : int64_t{whole_value};
     int64_t mills = magnitude * 1000;
     int64_t scale = 100;
@@ -66,6 +70,8 @@ bool parse_cost(const char *text, int32_t *cost) {
             mills += (fraction[i] - '0') * scale;
     if (whole_value < 0)
         mills = -mills;
+    if (mills < INT32_MIN || mills > INT32_MAX)
+        return false;
     *cost = static_cast<int32_t>(mills);
     return true;
 }

@@ -12,6 +12,7 @@
 namespace {
 
 using dbfile::is_comment;
+using dbfile::scan_int32;
 using dbfile::tab_field;
 using dbfile::upper;
 
@@ -141,18 +142,17 @@ void do_r_balances() {
         std::string amount_text = tab_field(line, 3);
         customer *c = find_or_create_named(lastname, firstname);
 
-        long amount = 0;
-        if (sscanf(amount_text.c_str(), " %ld", &amount) != 1) {
+        int32_t amount = 0;
+        if (!scan_int32(amount_text.c_str(), amount)) {
             printf("? Can not find account balance on line %d:\n\t", line_number);
             amount = 0;
         }
         if (c->balance != 0) {
             printf("? %s, %s already has a balance of %ld cents,\n", lastname.c_str(),
                    firstname.c_str(), (long)c->balance);
-            printf("\tadding new balance of %ld on line %d\n", amount, line_number);
+            printf("\tadding new balance of %ld on line %d\n", (long)amount, line_number);
         }
-        c->balance =
-            static_cast<int32_t>(static_cast<int64_t>(c->balance) + static_cast<int32_t>(amount));
+        c->balance = static_cast<int32_t>(static_cast<int64_t>(c->balance) + amount);
     }
     fclose(file);
     db.balances_read = 1;
@@ -260,13 +260,13 @@ void readPaymentsFile(const char *name) {
             note = tab_field(line, 6);
         }
 
-        long amount = 0;
-        if (sscanf(tab_field(line, 2).c_str(), " %ld", &amount) != 1) {
+        int32_t amount = 0;
+        if (!scan_int32(tab_field(line, 2).c_str(), amount)) {
             printf("? Can not find payment amount on line %d:\n\t", line_number);
             amount = 0;
         }
-        long check = 0;
-        if (sscanf(tab_field(line, 3).c_str(), " %ld", &check) != 1) {
+        int32_t check = 0;
+        if (!scan_int32(tab_field(line, 3).c_str(), check)) {
             printf("? Can not find payment check number on line %d:\n\t%s", line_number, line);
             check = 0;
         }
@@ -275,8 +275,8 @@ void readPaymentsFile(const char *name) {
         p->next = nullptr;
         p->date = date;
         p->customer = c;
-        p->amount = static_cast<int32_t>(amount);
-        p->check = static_cast<int32_t>(check);
+        p->amount = amount;
+        p->check = check;
         p->note = alloc_str(note.c_str());
         read.push_back(p);
     }

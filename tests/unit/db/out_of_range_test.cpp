@@ -1,0 +1,105 @@
+// Numbers too large for the 32-bit fields of the records: each reader
+// reports the line with its own message for a bad value and keeps its
+// default, instead of storing a wrapped number. The largest values that
+// fit still read exactly.
+#include "db_fixture.h"
+
+namespace {
+
+class OutOfRangeTest : public DbTest {
+  protected:
+    void SetUp() override {
+        DbTest::SetUp();
+        write_file("VNKABBRV.DAT", "$VERSION 1\n");
+        const std::string record = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
+                                   "-No eMail\n1 Main St\n\n";
+        write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record);
+    }
+    static customer *lee() { return fc_cust("LEE", "AL", false); }
+};
+
+TEST_F(OutOfRangeTest, PricesRefuseCostsBeyondTheMillsField) {
+    write_file("VNKPRICE.DAT", "$VERSION 2\n$PRICE\tTOW\t0\n"
+                               "\tA\t2147483.647\n\tB\t-2147483.648\n"     // the limits
+                               "\tC\t2147483.648\n\tD\t9223372036854776\n" // one past, magnitude
+                               "\tE\t-9223372036854775808\n\tF\t-2147483.649\n");
+    std::string out = output_of([] { maybe_read(); });
+    for (int line = 5; line <= 8; line++)
+        EXPECT_TRUE(has(out, "? Bad format price on line: " + std::to_string(line) + "\n")) << out;
+    EXPECT_FALSE(has(out, "on line: 3\n")) << out;
+    EXPECT_FALSE(has(out, "on line: 4\n")) << out;
+    price *tow = fc_item("TOW");
+    int found = 0;
+    for (category *c = tow->cat; c != nullptr; c = c->next) {
+        found++;
+        if (strcmp(c->name, "A") == 0)
+            EXPECT_EQ(c->cost, INT32_MAX);
+        else if (strcmp(c->name, "B") == 0)
+            EXPECT_EQ(c->cost, INT32_MIN);
+        else
+            ADD_FAILURE() << "stored " << c->name << " = " << c->cost;
+    }
+    EXPECT_EQ(found, 2);
+}
+
+TEST_F(OutOfRangeTest, HistoryAndPaymentNumbersAreReportedNotWrapped) {
+    write_file("VNKPRICE.DAT", "$VERSION 2\n");
+    write_file("VNKFLGHT.HIS",
+               "$VERSION 2\n"
+               "6-3-2005\t4294967297\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t9:00\t9:45\n"
+               "6-3-2005\t2147483647\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t153722867280912931:00"
+               "\t9:45\n"
+               "6-3-2005\t7\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t35791394:07\t9:45\n");
+    write_file("VNKGAS.HIS", "$VERSION 2\n$MISC\n"
+                             "6-1-2005\t1\t1\tLEE,AL\tY\t2147483648\tTie\n"
+                             "6-1-2005\t4294967297\t2\tLEE,AL\tY\t-2147483648\tTie\n"
+                             "$GAS\n6-3-2005\t2\t1\tLEE,AL\t3075\t100\t214748364.8\tN1\tJ\n"
+                             "6-3-2005\t2\t2\tLEE,AL\t3075\t100\t214748364.7\tN1\tJ\n");
+    write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n"
+                              "6-4-2005\t2147483648\t4294967297\tLEE,AL\tx\n"
+                              "6-4-2005\t2147483647\t-2147483648\tLEE,AL\ty\n");
+    write_file("VNKBAL.DAT", "$VERSION 1\nLEE\tAL\t-2147483649\n");
+    std::string out = output_of([] {
+        maybe_read();
+        do_r_flights(false);
+        do_r_gas(false);
+        do_r_payments(false);
+        do_r_balances();
+    });
+    for (const char *message : {
+             "? Looking for flight number on line 2. Got \"4294967297\"\n",
+             "? Bad start time \"153722867280912931:00\" on line 3.",
+             "? Unable to find charge on line 3 in \"VNKGAS.HIS\"\n",
+             "? Looking for sheet number on line 4. Got \"4294967297\"\n",
+             "? Unable to find gallons on line 6 in \"VNKGAS.HIS\"\n",
+             "? Can not find payment amount on line 3:",
+             "? Can not find payment check number on line 3:",
+             "? Can not find account balance on line 2:",
+         })
+        EXPECT_TRUE(has(out, message)) << message << "\n" << out;
+    EXPECT_FALSE(has(out, "on line 7 in")) << out;    // 214748364.7 gallons still fit
+    EXPECT_FALSE(has(out, "time \"35791394")) << out; // 2147483647 minutes fit
+
+    customer *c = lee();
+    ASSERT_NE(c, nullptr);
+    ASSERT_NE(c->flights, nullptr);
+    EXPECT_EQ(c->flights->number, -1);
+    EXPECT_EQ(c->flights->next->number, INT32_MAX);
+    EXPECT_EQ(c->flights->next->start, 0);
+    EXPECT_EQ(c->flights->next->next->start, INT32_MAX);
+    ASSERT_NE(c->misc, nullptr);
+    EXPECT_EQ(c->misc->charge, 0);
+    EXPECT_EQ(c->misc->next->charge, INT32_MIN);
+    EXPECT_EQ(c->misc->next->sheet, -1);
+    ASSERT_NE(c->gas, nullptr);
+    EXPECT_EQ(c->gas->gallons, 0);
+    EXPECT_EQ(c->gas->next->gallons, INT32_MAX);
+    ASSERT_NE(c->payments, nullptr);
+    EXPECT_EQ(c->payments->amount, 0);
+    EXPECT_EQ(c->payments->check, 0);
+    EXPECT_EQ(c->payments->next->amount, INT32_MAX);
+    EXPECT_EQ(c->payments->next->check, INT32_MIN);
+    EXPECT_EQ(c->balance, 0);
+}
+
+} // namespace
