@@ -24,6 +24,10 @@ bool close_temporary();
 // records held in memory (`drop`) so that the next use reads them again.
 void remember(const char *question, const char *history, const char *temporary, void (*drop)());
 
+// Makes an answer the working record's field, freeing the field's old
+// text (which may have been the answer's default).
+void take_answer(char **field, char *answer);
+
 // Asks for an account until a customer results; *text keeps the typed
 // answer, which is also the default of the question.
 customer *ask_customer(const char *prompt, char **text, bool allow_add, const char *refusal);

@@ -98,12 +98,15 @@ void remember(const char *question, const char *history, const char *temporary, 
 
 // ---- Questions -------------------------------------------------------------------
 
+void take_answer(char **field, char *answer) {
+    errfree(*field);
+    *field = answer;
+}
+
 customer *ask_customer(const char *prompt, char **text, bool allow_add, const char *refusal) {
     for (;;) {
         customer *c = nullptr;
-        char *answer = get_account(prompt, *text, allow_add, &c, nullptr);
-        errfree(*text);
-        *text = answer;
+        take_answer(text, get_account(prompt, *text, allow_add, &c, nullptr));
         if (c != nullptr)
             return c;
         printf("%s", refusal);
@@ -111,10 +114,8 @@ customer *ask_customer(const char *prompt, char **text, bool allow_add, const ch
 }
 
 int32_t ask_date(const char *prompt, char **text) {
-    char *answer = get_date(prompt, *text);
-    errfree(*text);
-    *text = answer;
-    return (int32_t)i_convertDateToTime(answer);
+    take_answer(text, get_date(prompt, *text));
+    return (int32_t)i_convertDateToTime(*text);
 }
 
 int ask_sheet() {

@@ -46,24 +46,16 @@ void ask_people(WorkingFlight &w) {
     const char *lastname = f.customer->lastname;
     if (f.type == OTHER) {
         replace_str(&f.cfi, "");
-        f.pilot = (char *)errfree(f.pilot);
-        f.pilot = get_line("Pilot", lastname, true, true);
-        f.passenger = (char *)errfree(f.passenger);
-        f.passenger = get_line("Passenger", "", true, true);
+        take_answer(&f.pilot, get_line("Pilot", lastname, true, true));
+        take_answer(&f.passenger, get_line("Passenger", "", true, true));
     } else if (f.type == COMMERCIAL_RIDE) {
         replace_str(&f.cfi, "");
-        char *pilot = get_line("Pilot", f.pilot, true, true);
-        errfree(f.pilot);
-        f.pilot = pilot;
-        f.passenger = (char *)errfree(f.passenger);
-        f.passenger = get_line("Ride customer", lastname, true, true);
+        take_answer(&f.pilot, get_line("Pilot", f.pilot, true, true));
+        take_answer(&f.passenger, get_line("Ride customer", lastname, true, true));
     } else {
-        f.pilot = (char *)errfree(f.pilot);
-        f.pilot = get_line("Student", lastname, true, true);
+        take_answer(&f.pilot, get_line("Student", lastname, true, true));
         replace_str(&f.passenger, "");
-        char *cfi = get_word("Instructor (initials)", f.cfi, true);
-        errfree(f.cfi);
-        f.cfi = cfi;
+        take_answer(&f.cfi, get_word("Instructor (initials)", f.cfi, true));
     }
 }
 
@@ -166,16 +158,12 @@ void do_flights(bool is_glider) {
                                   "? You must supply an account.\n");
         set_invoice_number(&f.invoice, w.account);
 
-        char *plane = ask_aircraft(f.plane);
-        errfree(f.plane);
-        f.plane = plane;
+        take_answer(&f.plane, ask_aircraft(f.plane));
         f.type = (char)get_list("Flight type", flight_types[(int)f.type], flight_types, false);
         ask_people(w);
 
         if (is_glider) {
-            char *towpilot = get_word("Towpilot initials", f.towpilot, true);
-            errfree(f.towpilot);
-            f.towpilot = towpilot;
+            take_answer(&f.towpilot, get_word("Towpilot initials", f.towpilot, true));
             f.towplane = ask_towplane(f.towplane);
             f.towheight = ask_tow_height(f.customer);
         } else {

@@ -44,14 +44,10 @@ int ask_gallons() {
 // A plane that is itself a customer's abbreviation (a member's own
 // aircraft) names the account to charge.
 void ask_plane_and_pilot(WorkingSale &w) {
-    char *plane = get_word("Aircraft fueled", w.g.plane, true);
-    errfree(w.g.plane);
-    w.g.plane = plane;
-    char *pilot = get_line("Pilot fueling", w.g.pilot, true, true);
-    errfree(w.g.pilot);
-    w.g.pilot = pilot;
-    if (fc_abbrev(plane, nullptr, nullptr, false) != nullptr)
-        replace_str(&w.account, plane);
+    take_answer(&w.g.plane, get_word("Aircraft fueled", w.g.plane, true));
+    take_answer(&w.g.pilot, get_line("Pilot fueling", w.g.pilot, true, true));
+    if (fc_abbrev(w.g.plane, nullptr, nullptr, false) != nullptr)
+        replace_str(&w.account, w.g.plane);
 }
 
 void echo(const WorkingSale &w) {

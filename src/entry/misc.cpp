@@ -74,9 +74,7 @@ void ask_amount_and_reason(WorkingMisc &w, bool is_charge) {
     long cents = ask_amount(is_charge ? "Amount of charge" : "Amount of credit", "0.00", 10000,
                             "More than $100.00 are you sure", nullptr);
     w.m.charge = (int32_t)(is_charge ? cents : -cents);
-    char *why = get_line("Charge (credit) made for", w.m.why, false, true);
-    errfree(w.m.why);
-    w.m.why = why;
+    take_answer(&w.m.why, get_line("Charge (credit) made for", w.m.why, false, true));
     w.m.taxable = get_yesno("Is charge (credit) taxable", w.m.taxable ? "YES" : "NO") ? 1 : 0;
 }
 

@@ -81,8 +81,7 @@ void do_payments() {
         p.amount = (int32_t)ask_amount("Amount of payment", "0.00", 50000,
                                        "Payment larger than $500.00 are you sure",
                                        "? PAYMENTS must be positive amounts.\n");
-        p.note = (char *)errfree(p.note);
-        p.note = get_line("Note describing this payment", "", false, true);
+        take_answer(&p.note, get_line("Note describing this payment", "", false, true));
         echo(p);
         if (!line_is_right(true))
             continue;
