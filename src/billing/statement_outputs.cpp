@@ -10,12 +10,12 @@ namespace {
 
 void reread_period_data() {
     maybe_read();
-    db.flights_read = 0;
+    free_flights();
     do_r_flights(true);
     do_r_balances();
-    db.payments_read = 0;
+    free_all_payments();
     do_r_payments(true);
-    db.gas_read = 0;
+    free_gas();
     do_r_gas(true);
 }
 
@@ -54,7 +54,7 @@ void w_stmnt() {
 
 void w_balance() {
     maybe_read();
-    db.payments_read = 0;
+    free_all_payments();
     do_r_payments(true);
     customer *c = ask_customer("Customer to type balances for (First Last)");
     if (c == nullptr)
@@ -83,7 +83,7 @@ void w_balance() {
 
 void w_flts() {
     maybe_read();
-    db.flights_read = 0;
+    free_flights();
     do_r_flights(true);
     long wanted = get_number("Number of flights to type", 10);
     long printed = 0;

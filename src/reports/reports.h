@@ -50,3 +50,18 @@ void w_info();
 // that line does not read "City, ST 12345" (what was found is still given).
 bool findCityStateZip(const customer *c, std::string &city, std::string &state, std::string &zip);
 void w_db_custs();
+
+// ---- The outputs menu and its own writers -------------------------------------
+
+void w_file(const char *defaultName);
+void w_price();
+void w_custs(bool all, bool cash);
+void w_categorys();
+void w_flags();
+void w_space();
+// The categories and flags lists that close the statements file.
+void w_account_lists();
+// Written by the accounting export and the balances report; each is a
+// placeholder until then.
+void w_quickbooks();
+void w_actBals();
