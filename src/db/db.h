@@ -384,6 +384,10 @@ void do_write_database();
 // Completes a history rewrite that a crash interrupted, and removes the
 // temporaries of killed runs; every loader calls it before reading.
 void finish_pending_rewrite();
+// The export's move of history into the "QU" files lives above this layer
+// and must be completed the same way, before anything is read and before
+// leftover temporaries are removed; the shell installs it at start-up.
+extern void (*finish_pending_move_hook)();
 
 // ---- Transaction record printing ------------------------------------------------
 

@@ -211,7 +211,11 @@ Outcome rewrite_family(const Family &fam) {
 
 } // namespace
 
+void (*finish_pending_move_hook)() = nullptr;
+
 void finish_pending_rewrite() {
+    if (finish_pending_move_hook)
+        finish_pending_move_hook();
     if (!exists(kPendingFile)) {
         if (!db.leftovers_removed)
             remove_stale_temporaries(".");

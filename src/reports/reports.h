@@ -61,7 +61,16 @@ void w_flags();
 void w_space();
 // The categories and flags lists that close the statements file.
 void w_account_lists();
-// Written by the accounting export and the balances report; each is a
-// placeholder until then.
+
+// ---- The accounting export and the receivables report ---------------------------
+
 void w_quickbooks();
+void w_quickbooksEntry(customer *c, long argument);
 void w_actBals();
+void w_oneActBal(customer *c, long argument);
+// Appends `history` to `qu` and starts `history` afresh, all or nothing;
+// false (reported) when the history file was left as it was or the move
+// waits for finish_qu_move.
+bool move_history_to_qu(const char *history, const char *qu);
+// Completes a move a crash interrupted; must run before history is read.
+void finish_qu_move();

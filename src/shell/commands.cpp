@@ -183,6 +183,7 @@ static void end_of_input() {
 int do_main(const char *version, const char *prompt) {
     modify_customer_hook = modify_customer;
     account_lists_hook = w_account_lists;
+    finish_pending_move_hook = finish_qu_move;
     do_init();
     i_setEndOfInputHandler(end_of_input);
     printf("%s\n\n", version);
