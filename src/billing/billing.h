@@ -112,10 +112,6 @@ void w_flight(const flight *f);
 void do_emonth();
 void do_times();
 
-// The words that say which dates a report covers ("All ... on any date", or
-// "Only ..." with its limits); null dates are open ends.
-void out_period(const char *start, const char *end, const char *what);
-
 // The tow planes' totals from the last bill run, for the output menu.
 void w_tow_summary(const char *start, const char *end);
 void w_tugInfo(const towplane *tug);

@@ -242,6 +242,13 @@ bool safe_unlink(const char *name) {
     return unlink(name) == 0 || errno == ENOENT;
 }
 
+bool safe_mkdir(const char *name) {
+    if (!step(FileStep::MKDIR, name) || mkdir(name, 0777) != 0)
+        return false;
+    sync_directory_of(name);
+    return true;
+}
+
 bool safe_copy(const char *from, const char *to) {
     FILE *in = fopen(from, "r");
     if (in == nullptr)
@@ -375,6 +382,8 @@ const char *file_step_name(FileStep what) {
         return "rename";
     case FileStep::UNLINK:
         return "unlink";
+    case FileStep::MKDIR:
+        return "make folder";
     }
     return "?";
 }

@@ -40,6 +40,9 @@ bool safe_prepare(SafeFile &sf);
 bool safe_rename(const char *from, const char *to);
 // True when `name` is gone afterwards (a file that did not exist counts).
 bool safe_unlink(const char *name);
+// Makes the folder `name` (its parent must exist) and its entry durable;
+// false with errno EEXIST when it is already there.
+bool safe_mkdir(const char *name);
 // Makes `to` a complete, synced copy of `from`, replacing `to` atomically;
 // false leaves `to` as it was.
 bool safe_copy(const char *from, const char *to);
@@ -60,7 +63,7 @@ int remove_stale_temporaries(const char *directory);
 
 // ---- Fault injection, for tests -----------------------------------------------
 
-enum class FileStep { CREATE, OPEN_APPEND, WRITE, SYNC, CLOSE, RENAME, UNLINK };
+enum class FileStep { CREATE, OPEN_APPEND, WRITE, SYNC, CLOSE, RENAME, UNLINK, MKDIR };
 enum class FileFault { NONE, FAIL, EXIT };
 constexpr int kFileFaultExitStatus = 77;
 

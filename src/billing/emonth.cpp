@@ -1,0 +1,111 @@
+// END-MONTH: closes the billing period. The new balances are rolled into
+// the balances file, each period file moves to its ".OLD" name and starts
+// afresh. A dated copy of the whole period is made first under periods/,
+// so neither a second closing nor a crash half-way can lose a period.
+#include <cstdio>
+
+#include "billing/emonth.h"
+#include "conio/iosubs.h"
+
+namespace {
+
+void print_backup_reminder() {
+    printf("Automatically end a billing period.\n\n");
+    printf("Before ending a billing period it is important to back up the\n");
+    printf("database. Copy the following files to a floppy and keep the\n");
+    printf("floppy for future reference:\n");
+    printf("\tVNK*.HIS\n\tVNK*.DAT\n\tVARNOK.EXE\n\tVARNOK.TXT\n");
+}
+
+void print_files_to_empty() {
+    printf("\n");
+    printf("The balances file %s will be updated to reflect updated", db.balancesfile);
+    printf(" account\nbalances.\n\n");
+    printf("The following files will be emptied to reflect the start of a\n");
+    printf("new billing period:\n");
+    for (const char *name : {db.gashistfile, db.payhistfile, db.daysheetfile, db.gashistqufile,
+                             db.payhistqufile, db.daysheetqufile})
+        printf("\t%s\n", name);
+}
+
+// Customers the bill run charged carry their new balance forward; the rest
+// keep theirs.
+void roll_balances() {
+    // The bill run has loaded them; without it, never write a balances file
+    // from balances that were not read.
+    // Reading the customers reads the balances too.
+    if (db.cust_list == nullptr)
+        maybe_read();
+    else if (!db.balances_read)
+        do_r_balances();
+    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+        if (c->charges != nullptr)
+            c->balance = getCurrentBalance(c);
+    db.balances_changed = 1;
+}
+
+void start_history_files() {
+    struct Row {
+        void (*say)(const char *file);
+        const char *file;
+        const char *old_name;
+    };
+    // The second message names the gas history file, not the file it
+    // renames: that is how the message has always read.
+    const Row rows[] = {
+        {[](const char *f) { printf("Renaming %s to VNKGAS.OLD\n", f); }, db.gashistfile,
+         "VNKGAS.OLD"},
+        {[](const char *) { printf("Renaming %s to VNKGASQU.OLD\n", db.gashistfile); },
+         db.gashistqufile, "VNKGASQU.OLD"},
+        {[](const char *f) { printf("Renaming %s to VNKPMNT.OLD\n", f); }, db.payhistfile,
+         "VNKPMNT.OLD"},
+        {[](const char *f) { printf("Renaming %s to VNKPMNTQ.OLD\n", f); }, db.payhistqufile,
+         "VNKPMNTQ.OLD"},
+        {[](const char *f) { printf("Renaming %s to VNKFLGHT.OLD\n", f); }, db.daysheetfile,
+         "VNKFLGHT.OLD"},
+        {[](const char *f) { printf("Renaming %s to VNKFLGQU.OLD\n", f); }, db.daysheetqufile,
+         "VNKFLGQU.OLD"},
+    };
+    for (const Row &row : rows) {
+        row.say(row.file);
+        move_to_old(row.file, row.old_name);
+        create_empty_file(row.file);
+    }
+}
+
+void print_closing_advice() {
+    printf("If you forgot to do your backups you can copy these files,\n");
+    printf("otherwise these files should be deleted.\n\n");
+    printf("Be sure and print bills and times now. The bills and times\n");
+    printf("for the previous billing cycle will be lost the next time\n");
+    printf("they are made. If times and bills are not printed before\n");
+    printf("EXITing VARNOK do not recalculate them or they will be lost!\n");
+}
+
+} // namespace
+
+void do_emonth() {
+    print_backup_reminder();
+    if (!get_yesno("Have you backed up your database?", "YES"))
+        return;
+    print_files_to_empty();
+    if (!get_yesno("Are you sure you want to end the billing period?", "NO"))
+        return;
+    if (!keep_period())
+        return;
+    if (!get_yesno("Have TIMES already been computed?", "NO"))
+        do_times();
+    do_fullBills();
+    roll_balances();
+
+    printf("Renaming %s to VNKBAL.OLD\n", db.balancesfile);
+    move_to_old(db.balancesfile, "VNKBAL.OLD");
+    do_w_balances();
+
+    free_all_payments();
+    free_flights();
+    free_gas();
+    start_history_files();
+    print_closing_advice();
+    db.month_ended = 1;
+}
