@@ -95,7 +95,7 @@ void do_emonth() {
         return;
     if (!get_yesno("Have TIMES already been computed?", "NO"))
         do_times();
-    do_fullBills();
+    do_bills(1, false);
     roll_balances();
 
     printf("Renaming %s to VNKBAL.OLD\n", db.balancesfile);
