@@ -375,6 +375,8 @@ void r_old_cust_file(FILE *file) {
 
 void do_r_cust() {
     FILE *file = fopen(db.customerfile, "r");
+    // Without customers every history line would be billed to CASH.
+    note_file_read(db.customerfile, file == nullptr, 0);
     if (!file) {
         printf("? Unable to read customer file \"%s\"\n", db.customerfile);
         return;

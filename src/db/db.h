@@ -183,6 +183,15 @@ enum { TUG_TABLE_SIZE = 16, FLAG_TEXT_SIZE = 201, FAST_KEYS = 9 };
 extern const char *const flight_types[]; // OTHER ... PATTERN-TOW, then null
 extern const char flight_type_id[];      // "OCIRPU"
 
+// How a data file went the last time it was read: a rewrite refuses to
+// replace history from a file that could not be read, and keeps a copy of a
+// file whose reported bad lines were read with defaults.
+struct FileReadNote {
+    std::string name;
+    bool unreadable = false;
+    int bad_lines = 0;
+};
+
 // Everything the database holds, in one place so that start-up, RESET and
 // the tests can drop it with one call.
 struct DbState {
@@ -212,6 +221,7 @@ struct DbState {
     char balances_changed = 0;
     // Temporaries of killed runs are looked for once per run.
     char leftovers_removed = 0;
+    std::vector<FileReadNote> read_notes;
     char month_ended = 0;
 
     // The quicken value each history loader last loaded with.
@@ -388,6 +398,8 @@ void finish_pending_rewrite();
 // and must be completed the same way, before anything is read and before
 // leftover temporaries are removed; the shell installs it at start-up.
 extern void (*finish_pending_move_hook)();
+void note_file_read(const char *name, bool unreadable, int bad_lines);
+const FileReadNote *file_read_note(const char *name); // nullptr: never read
 
 // ---- Transaction record printing ------------------------------------------------
 

@@ -3,7 +3,9 @@
 // on demand, saving them, and rewriting the three history files after
 // transactions were removed.
 #include <cctype>
+#include <cerrno>
 #include <cmath>
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -20,6 +22,30 @@
 namespace {
 
 enum { LINE_MAX_TEXT = 200, MAX_FIELDS = 16, CTRL_Z = 26 };
+
+// The lines of the file being read that were reported and read with a
+// default; a later rewrite keeps a copy of such a file first.
+struct BadLines {
+    int line = 0;
+    int last_counted = -1;
+    int count = 0;
+};
+BadLines bad;
+
+void start_counting() {
+    bad = BadLines{};
+}
+
+__attribute__((format(printf, 1, 2))) void bad_value(const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    vprintf(format, args);
+    va_end(args);
+    if (bad.last_counted != bad.line) {
+        bad.count++;
+        bad.last_counted = bad.line;
+    }
+}
 
 // One line of a history file cut into its tab-separated fields. Empty
 // fields count: two tabs in a row enclose an empty field. Fields past the
@@ -56,6 +82,7 @@ bool next_line(FILE *file, char *line, int size, int &line_number) {
         if (line[0] == CTRL_Z)
             continue;
         line_number++;
+        bad.line = line_number;
         return true;
     }
     return false;
@@ -93,7 +120,7 @@ int32_t read_date(DateCache &cache, const char *field, int line_number) {
     bool ok = false;
     long value = cache.convert(field, ok);
     if (!ok)
-        printf("? Date \"%s\" is in bad format on line %d\n", field, line_number);
+        bad_value("? Date \"%s\" is in bad format on line %d\n", field, line_number);
     return (int32_t)value;
 }
 
@@ -125,7 +152,7 @@ int32_t receipt_number(const char *account) {
 customer *account_or_cash(const char *account, int line_number) {
     customer *c = lookup_account(account, false);
     if (c == nullptr) {
-        printf("? No customer to match \"%s\" on line %d.\n", account, line_number);
+        bad_value("? No customer to match \"%s\" on line %d.\n", account, line_number);
         printf("    CASH account assumed.\n");
         c = fc_cust("CASH", "", true);
     }
@@ -254,8 +281,12 @@ bool read_clock(const char *field, int32_t &minutes) {
 }
 
 void close_history(FILE *file, const char *name) {
-    if (fclose(file) != 0)
+    bool read_error = ferror(file) != 0;
+    if (fclose(file) != 0) {
         printf("? Unable to close daysheet data file \"%s\".\n", name);
+        read_error = true;
+    }
+    note_file_read(name, read_error, bad.count);
 }
 
 } // namespace
@@ -263,10 +294,12 @@ void close_history(FILE *file, const char *name) {
 void readFlights(const char *file) {
     FILE *in = fopen(file, "r");
     if (in == nullptr) {
+        note_file_read(file, errno != ENOENT, 0);
         printf("? Unable to read daysheet file \"%s\"\n", file);
         return;
     }
     printf("Reading day sheet file: \"%s\"\n", file);
+    start_counting();
 
     // Seed the duplicate test with what is already loaded (the companion
     // file, when it was read first).
@@ -303,7 +336,8 @@ void readFlights(const char *file) {
         bool ok = false;
         f->number = read_int(field[2], ok);
         if (!ok)
-            printf("? Looking for flight number on line %d. Got \"%s\"\n", line_number, field[2]);
+            bad_value("? Looking for flight number on line %d. Got \"%s\"\n", line_number,
+                      field[2]);
 
         char *account = uc_string(field[3]);
         customer *c = account_or_cash(account, line_number);
@@ -316,9 +350,10 @@ void readFlights(const char *file) {
         int type = translate_flight_type(field[6]);
         if (type == 5) {
             if (field[6][0] == '\0')
-                printf("? Missing type of flight on line %d\n", line_number);
+                bad_value("? Missing type of flight on line %d\n", line_number);
             else
-                printf("? Unrecognized type of flight \"%s\" on line %d\n", field[6], line_number);
+                bad_value("? Unrecognized type of flight \"%s\" on line %d\n", field[6],
+                          line_number);
             type = 0;
         }
         f->type = (char)type;
@@ -338,7 +373,7 @@ void readFlights(const char *file) {
         if (ok && tenths > -1e9 && tenths < 1e9) {
             f->towheight = (int)tenths;
         } else {
-            printf("? Bad tow height \"%s\" on line %d.\n", height_text, line_number);
+            bad_value("? Bad tow height \"%s\" on line %d.\n", height_text, line_number);
             f->towheight = 25;
         }
 
@@ -346,10 +381,10 @@ void readFlights(const char *file) {
         const char *end_text = field[next++];
         bool start_ok = read_clock(start_text, f->start);
         if (!start_ok)
-            printf("? Bad start time \"%s\" on line %d.", start_text, line_number);
+            bad_value("? Bad start time \"%s\" on line %d.", start_text, line_number);
         bool end_ok = read_clock(end_text, f->end);
         if (!end_ok)
-            printf("? Bad end time \"%s\" on line %d.", end_text, line_number);
+            bad_value("? Bad end time \"%s\" on line %d.", end_text, line_number);
         if (!start_ok || !end_ok) {
             f->start = 0;
             f->end = 0;
@@ -384,10 +419,10 @@ GasLineStart read_gas_line_start(Fields &field, DateCache &dates, int line_numbe
     bool ok = false;
     s.sheet = read_int(field[2], ok);
     if (!ok)
-        printf("? Looking for sheet number on line %d. Got \"%s\"\n", line_number, field[2]);
+        bad_value("? Looking for sheet number on line %d. Got \"%s\"\n", line_number, field[2]);
     s.line = read_int(field[3], ok);
     if (!ok)
-        printf("? Looking for line number on line %d. Got \"%s\"\n", line_number, field[3]);
+        bad_value("? Looking for line number on line %d. Got \"%s\"\n", line_number, field[3]);
     char *account = field[4];
     normalize_name(account);
     s.c = account_or_cash(account, line_number);
@@ -398,7 +433,7 @@ GasLineStart read_gas_line_start(Fields &field, DateCache &dates, int line_numbe
 int32_t read_charge(const char *field, int line_number, const char *file) {
     long charge = 0;
     if (!scan_long(field, charge)) {
-        printf("? Unable to find charge on line %d in \"%s\"\n", line_number, file);
+        bad_value("? Unable to find charge on line %d in \"%s\"\n", line_number, file);
         return 0;
     }
     return (int32_t)charge;
@@ -409,10 +444,12 @@ int32_t read_charge(const char *field, int line_number, const char *file) {
 void readGas(const char *file) {
     FILE *in = fopen(file, "r");
     if (in == nullptr) {
+        note_file_read(file, errno != ENOENT, 0);
         printf("? Unable to read gas history file \"%s\"\n", file);
         return;
     }
     printf("Reading gas history file: \"%s\"\n", file);
+    start_counting();
 
     DateCache dates;
     std::vector<misc *> miscs_read; // linked onto the customers at the end
@@ -472,7 +509,7 @@ void readGas(const char *file) {
                 if (strcmp(flag, "Y") == 0)
                     m->taxable = 1;
                 else if (strcmp(flag, "N") != 0)
-                    printf("? Bad format tax flag on line %d\n", line_number);
+                    bad_value("? Bad format tax flag on line %d\n", line_number);
             }
             m->charge = read_charge(field[next++], line_number, file);
             m->why = alloc_str(field[next]);
@@ -497,7 +534,7 @@ void readGas(const char *file) {
             if (got != 0 && tenths >= INT32_MIN && tenths <= INT32_MAX) {
                 g->gallons = (int)tenths;
             } else {
-                printf("? Unable to find gallons on line %d in \"%s\"\n", line_number, file);
+                bad_value("? Unable to find gallons on line %d in \"%s\"\n", line_number, file);
                 g->gallons = 0;
             }
             g->plane = alloc_str(field[8]);

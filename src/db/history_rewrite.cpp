@@ -175,7 +175,32 @@ struct Family {
 
 enum class Outcome { DONE, SKIPPED, STOPPED };
 
+// A file whose reported bad lines were read with defaults would lose them
+// in the rewrite; the file as read is kept under the first free numbered
+// name first, and the message says where.
+bool keep_bad_file(const char *name) {
+    const FileReadNote *note = file_read_note(name);
+    if (note == nullptr || note->bad_lines == 0)
+        return true;
+    std::string kept;
+    for (int n = 1;; n++) {
+        kept = std::string(name) + ".BAD" + std::to_string(n);
+        if (!exists(kept))
+            break;
+    }
+    if (!safe_copy(name, kept.c_str())) {
+        log_error("? Unable to keep a copy of \"%s\" in \"%s\"; it was not rewritten.\n", name,
+                  kept.c_str());
+        return false;
+    }
+    printf("? %d bad line(s) of %s were read with defaults; the file as read is in %s\n",
+           note->bad_lines, name, kept.c_str());
+    return true;
+}
+
 Outcome rewrite_family(const Family &fam) {
+    if (!keep_bad_file(fam.main) || !keep_bad_file(fam.companion))
+        return Outcome::STOPPED;
     if (!write_temporary(fam.temp, fam.kind, fam.body))
         return Outcome::SKIPPED;
     FamilyFiles f{fam.main, fam.temp, fam.backup, fam.companion, "", fam.companion_backup};
@@ -203,15 +228,47 @@ Outcome rewrite_family(const Family &fam) {
         return Outcome::STOPPED;
     }
     safe_unlink(kPendingFile);
+    // The files now hold exactly what is in memory.
+    note_file_read(fam.main, false, 0);
+    note_file_read(fam.companion, false, 0);
     if (backed_up)
         printf("\tThe old copy of %s is in %s\n", fam.main, fam.backup_named);
     printf("\tThe old copy of %s is in %s\n", fam.companion, fam.companion_backup_named);
     return Outcome::DONE;
 }
 
+// The name of a file the rewrite depends on that could not be read, or
+// nullptr: rewriting from what was read would lose its records for good.
+const char *unreadable_source() {
+    const char *sources[] = {db.customerfile,  db.gashistfile,  db.gashistqufile, db.payhistfile,
+                             db.payhistqufile, db.daysheetfile, db.daysheetqufile};
+    for (const char *name : sources) {
+        const FileReadNote *note = file_read_note(name);
+        if (note == nullptr || note->unreadable)
+            return name;
+    }
+    return nullptr;
+}
+
 } // namespace
 
 void (*finish_pending_move_hook)() = nullptr;
+void note_file_read(const char *name, bool unreadable, int bad_lines) {
+    for (FileReadNote &note : db.read_notes)
+        if (note.name == name) {
+            note.unreadable = unreadable;
+            note.bad_lines = bad_lines;
+            return;
+        }
+    db.read_notes.push_back(FileReadNote{name, unreadable, bad_lines});
+}
+
+const FileReadNote *file_read_note(const char *name) {
+    for (const FileReadNote &note : db.read_notes)
+        if (note.name == name)
+            return &note;
+    return nullptr;
+}
 
 void finish_pending_rewrite() {
     if (finish_pending_move_hook)
@@ -243,6 +300,10 @@ void do_write_database() {
     do_r_gas(true);
     do_r_payments(true);
     do_r_balances();
+    if (const char *name = unreadable_source()) {
+        printf("? \"%s\" could not be read; the history files were not rewritten.\n", name);
+        return;
+    }
 
     printf("If you write these changes and you have created output to QUICKEN this month\n");
     printf("the QUICKEN output will incorrectly be created again.\n");

@@ -1,6 +1,7 @@
 // The abbreviations file, the account balances file and the payments
 // history.
 
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -190,6 +191,7 @@ bool do_w_balances() {
 void readPaymentsFile(const char *name) {
     FILE *file = fopen(name, "r");
     if (!file) {
+        note_file_read(name, errno != ENOENT, 0);
         printf("? Unable to read payments file \"%s\"\n", name);
         return;
     }
@@ -202,6 +204,7 @@ void readPaymentsFile(const char *name) {
     std::vector<payment *> read; // linked onto the customers at the end
     char line[LINE_MAX_TEXT + 3];
     int line_number = 0;
+    int bad_lines = 0;
     while (read_line(file, line, LINE_MAX_TEXT + 2)) {
         line_number++;
         char word[LINE_MAX_TEXT + 1];
@@ -229,6 +232,7 @@ void readPaymentsFile(const char *name) {
         if (is_comment(line) || is_blank(line))
             continue;
         if (!payment_lines) {
+            bad_lines++;
             printf("? Unrecognized line %d:\n\t%s", line_number, line);
             continue;
         }
@@ -251,6 +255,7 @@ void readPaymentsFile(const char *name) {
         } else {
             std::string lastname = upper(tab_field(line, 4));
             if (lastname.empty()) {
+                bad_lines++;
                 printf("? Bad format, missing last name on line: %d\n", line_number);
                 printf("    %s\n", line);
                 continue;
@@ -261,12 +266,15 @@ void readPaymentsFile(const char *name) {
         }
 
         int32_t amount = 0;
-        if (!scan_int32(tab_field(line, 2).c_str(), amount)) {
+        bool amount_ok = scan_int32(tab_field(line, 2).c_str(), amount);
+        if (!amount_ok) {
+            bad_lines++;
             printf("? Can not find payment amount on line %d:\n\t", line_number);
             amount = 0;
         }
         int32_t check = 0;
         if (!scan_int32(tab_field(line, 3).c_str(), check)) {
+            bad_lines += amount_ok ? 1 : 0;
             printf("? Can not find payment check number on line %d:\n\t%s", line_number, line);
             check = 0;
         }
@@ -281,7 +289,9 @@ void readPaymentsFile(const char *name) {
         read.push_back(p);
     }
     add_payments(read);
-    fclose(file);
+    bool read_error = ferror(file) != 0;
+    read_error = fclose(file) != 0 || read_error;
+    note_file_read(name, read_error, bad_lines);
 }
 
 void do_r_payments(bool quicken) {

@@ -3,6 +3,7 @@
 // companion) holds exactly the records of an uninterrupted run, each once.
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <vector>
 
 #include "db_fixture.h"
@@ -177,6 +178,57 @@ TEST_F(DboutCrashTest, EveryFailedStepStopsWithAMessageAndLosesNothing) {
     EXPECT_FALSE(has(out, "The old copy")) << out;
     EXPECT_NE(read_file("VNKGAS.HIS"), finished_gas);
     EXPECT_TRUE(has(read_file("VNKGASQU.HIS"), "SMITH,JOHN"));
+}
+
+TEST_F(DboutCrashTest, RefusesToRewriteFromAFileThatCouldNotBeRead) {
+    // Without the customers every flight would be rewritten billed to
+    // CASH; with an unreadable day sheet only its companion would remain.
+    for (const char *broken : {"VNKCUST.DAT", "VNKFLGHT.HIS", "VNKGASQU.HIS"}) {
+        lay_out_club();
+        std::filesystem::remove(broken);
+        if (std::string(broken) != "VNKCUST.DAT")
+            std::filesystem::create_directory(broken); // opens, but cannot be read
+        std::map<std::string, std::string> before;
+        for (const auto &e : std::filesystem::directory_iterator("."))
+            if (e.is_regular_file())
+                before[e.path().filename().string()] = read_file(e.path().string());
+        std::string out = output_of([] {
+            fresh_start();
+            feed_input("");
+            do_write_database();
+        });
+        EXPECT_TRUE(has(out, std::string("? \"") + broken +
+                                 "\" could not be read; the history files were not rewritten.\n"))
+            << out;
+        EXPECT_FALSE(has(out, "Are you sure")) << out;
+        std::map<std::string, std::string> after;
+        for (const auto &e : std::filesystem::directory_iterator("."))
+            if (e.is_regular_file())
+                after[e.path().filename().string()] = read_file(e.path().string());
+        EXPECT_EQ(after, before) << broken;
+    }
+
+    // A missing history file holds nothing to lose: the rewrite goes on.
+    // A file with a bad line is kept as read, under the next free number.
+    lay_out_club();
+    std::filesystem::remove("VNKPMNTQ.HIS");
+    write_file("VNKGAS.HIS.BAD1", "an earlier copy\n");
+    write_file("VNKGAS.HIS", read_file("VNKGAS.HIS") + "6-3-2005\t2\t2\tSMITH,JOHN\tlots\n");
+    std::string as_read = read_file("VNKGAS.HIS");
+    std::string out = output_of(dbout);
+    EXPECT_TRUE(has(out, "? 1 bad line(s) of VNKGAS.HIS were read with defaults; the file as "
+                         "read is in VNKGAS.HIS.BAD2\n"))
+        << out;
+    EXPECT_EQ(read_file("VNKGAS.HIS.BAD2"), as_read);
+    EXPECT_EQ(read_file("VNKGAS.HIS.BAD1"), "an earlier copy\n");
+    EXPECT_TRUE(has(out, "The old copy of VNKFLGQU.HIS")) << out;
+    EXPECT_TRUE(has(read_file("VNKPMNT.HIS"), "SMITH,JOHN"));
+    // The rewritten file is clean: a second rewrite keeps no copy.
+    EXPECT_FALSE(has(output_of([] {
+                         feed_input("YES\n");
+                         do_write_database();
+                     }),
+                     ".BAD"));
 }
 
 } // namespace
