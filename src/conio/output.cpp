@@ -51,6 +51,7 @@ struct OpenOutput {
 struct OutputState {
     FILE *cur_file = stdout;
     char cur_line[kLineBytes] = "";
+    size_t cur_len = 0; // strlen(cur_line), kept so appending is not a scan
     long cur_lcount = 1;
     char tabs_allowed = 0;
     char autoInsertReturn = 0;
@@ -86,10 +87,11 @@ long count_newlines(const char *text) {
 
 void clear_line() {
     out.cur_line[0] = '\0';
+    out.cur_len = 0;
 }
 
 void write_string(const char *text) {
-    size_t have = strlen(out.cur_line);
+    size_t have = out.cur_len;
     size_t add = strlen(text);
     if (have + add >= kLineLimit) {
         emit(out.cur_line, have);
@@ -99,6 +101,7 @@ void write_string(const char *text) {
         out.cur_lcount += count_newlines(text);
     } else {
         memcpy(out.cur_line + have, text, add + 1);
+        out.cur_len = have + add;
     }
 }
 
@@ -132,18 +135,30 @@ char move_to_column(long col) {
     long target = col - 1;
     long column = p.column;
     char last = p.last;
+    // The filling goes in as one piece: a character at a time would rescan
+    // the line for every blank of a wide report.
+    char fill[kLineBytes + 1];
+    size_t length = 0;
     while (column < target) {
         long stop = (column / kTabWidth + 1) * kTabWidth;
         if (out.tabs_allowed && stop <= target) {
-            write_char('\t');
+            fill[length++] = '\t';
             column = stop;
             last = '\t';
         } else {
-            write_char(' ');
+            fill[length++] = ' ';
             ++column;
             last = ' ';
         }
+        if (length == kLineBytes) {
+            fill[length] = '\0';
+            write_string(fill);
+            length = 0;
+        }
     }
+    fill[length] = '\0';
+    if (length > 0)
+        write_string(fill);
     return last;
 }
 
