@@ -22,8 +22,16 @@ bool is_set(const char *text) {
     return text != nullptr && text[0] != '\0';
 }
 
+// A customer's records come a few to a date: the last conversion is kept
+// rather than formatting the same date again for every line.
 const char *date_text(int32_t date) {
-    return i_convertTimeToString(date);
+    static int32_t last_date = 0;
+    static char text[32] = "";
+    if (text[0] == '\0' || date != last_date) {
+        snprintf(text, sizeof text, "%s", i_convertTimeToString(date));
+        last_date = date;
+    }
+    return text;
 }
 
 void o_charge_line(const char *label, int32_t cents) {

@@ -52,6 +52,8 @@ struct OutputState {
     FILE *cur_file = stdout;
     char cur_line[kLineBytes] = "";
     size_t cur_len = 0; // strlen(cur_line), kept so appending is not a scan
+    int cur_col = 0;    // the column after cur_line, and its last character
+    char cur_last = '\n';
     long cur_lcount = 1;
     char tabs_allowed = 0;
     char autoInsertReturn = 0;
@@ -88,6 +90,20 @@ long count_newlines(const char *text) {
 void clear_line() {
     out.cur_line[0] = '\0';
     out.cur_len = 0;
+    out.cur_col = 0;
+    out.cur_last = '\n';
+}
+
+void advance_column(const char *text) {
+    for (const char *s = text; *s != '\0'; ++s) {
+        if (*s == '\t')
+            out.cur_col = (out.cur_col / kTabWidth + 1) * kTabWidth;
+        else if (*s == '\n')
+            out.cur_col = 0;
+        else
+            ++out.cur_col;
+        out.cur_last = *s;
+    }
 }
 
 void write_string(const char *text) {
@@ -102,6 +118,7 @@ void write_string(const char *text) {
     } else {
         memcpy(out.cur_line + have, text, add + 1);
         out.cur_len = have + add;
+        advance_column(text);
     }
 }
 
@@ -116,17 +133,7 @@ struct Position {
 };
 
 Position cur_column() {
-    Position p{0, '\n'};
-    for (const char *s = out.cur_line; *s != '\0'; ++s) {
-        if (*s == '\t')
-            p.column = (p.column / kTabWidth + 1) * kTabWidth;
-        else if (*s == '\n')
-            p.column = 0;
-        else
-            ++p.column;
-        p.last = *s;
-    }
-    return p;
+    return Position{out.cur_col, out.cur_last};
 }
 
 // Callers count columns from 1; 0 and 1 both mean "where we are".

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <unordered_map>
 
 #include "conio/iosubs.h"
 
@@ -51,5 +52,33 @@ inline bool scan_int32(const char *text, int32_t &value, const char **end = null
         *end = p;
     return true;
 }
+
+// A period file holds only a few dozen distinct dates; remembering their
+// conversions spares the calendar arithmetic (and the time zone lookup)
+// on every line.
+class DateCache {
+  public:
+    long convert(const char *field, bool &ok) {
+        auto found = known_.find(field);
+        if (found != known_.end()) {
+            ok = found->second.ok;
+            return found->second.value;
+        }
+        Converted c;
+        c.value = i_convertDateToTime(field, &c.ok);
+        if (known_.size() >= 4096)
+            known_.clear();
+        known_.emplace(field, c);
+        ok = c.ok;
+        return c.value;
+    }
+
+  private:
+    struct Converted {
+        long value = 0;
+        bool ok = false;
+    };
+    std::unordered_map<std::string, Converted> known_;
+};
 
 } // namespace dbfile

@@ -21,6 +21,8 @@
 
 namespace {
 
+using dbfile::DateCache;
+
 enum { LINE_MAX_TEXT = 200, MAX_FIELDS = 16, CTRL_Z = 26 };
 
 // The lines of the file being read that were reported and read with a
@@ -87,34 +89,6 @@ bool next_line(FILE *file, char *line, int size, int &line_number) {
     }
     return false;
 }
-
-// A period file holds only a few dozen distinct dates; remembering their
-// conversions spares the calendar arithmetic (and the time zone lookup)
-// on every line.
-class DateCache {
-  public:
-    long convert(const char *field, bool &ok) {
-        auto found = known_.find(field);
-        if (found != known_.end()) {
-            ok = found->second.ok;
-            return found->second.value;
-        }
-        Converted c;
-        c.value = i_convertDateToTime(field, &c.ok);
-        if (known_.size() >= 4096)
-            known_.clear();
-        known_.emplace(field, c);
-        ok = c.ok;
-        return c.value;
-    }
-
-  private:
-    struct Converted {
-        long value = 0;
-        bool ok = false;
-    };
-    std::unordered_map<std::string, Converted> known_;
-};
 
 int32_t read_date(DateCache &cache, const char *field, int line_number) {
     bool ok = false;

@@ -196,6 +196,7 @@ void readPaymentsFile(const char *name) {
         return;
     }
     printf("Reading payments history file: \"%s\"\n", name);
+    dbfile::DateCache dates; // one conversion per distinct date, not per line
 
     // A file without any "$" line is an old version 1 file whose payment
     // lines start at once; a "$" line switches them off until told again.
@@ -238,7 +239,8 @@ void readPaymentsFile(const char *name) {
         }
         strip_line_end(line);
 
-        int32_t date = static_cast<int32_t>(i_convertDateToTime(tab_field(line, 1).c_str()));
+        bool date_ok = false;
+        int32_t date = static_cast<int32_t>(dates.convert(tab_field(line, 1).c_str(), date_ok));
         customer *c;
         std::string note;
         if (version >= 3) {
