@@ -19,18 +19,29 @@ struct BillCounts {
 // One customer's statement into the current destination. The e-mail
 // branch of EMAIL-BILLS wraps this with its capture and its fallback.
 void bill_customer(customer *c, const char *heading, const char *trailer, bool finance,
-                   BillCounts &counts) {
+                   bool by_email, BillCounts &counts) {
     FILE *destination = get_o_file();
     bool discarded = c->cash && !db.print_cash_bills;
+    bool mailed = !discarded && by_email && email_bill_wanted(c);
     if (discarded)
         set_o_file(nullptr);
+    if (mailed)
+        email_bill_start(c);
     charge_account(c, fc_charge(c->category, false), billing.bills_started, billing.bills_ended,
                    heading, trailer, true, true, finance);
-    // The page end also empties the formatter's pending line, which would
-    // otherwise carry a discarded statement's last words into the file.
-    o_formfeed();
-    if (!discarded)
-        counts.printed++;
+    if (mailed) {
+        // A statement that did not go out lands in the file after all.
+        if (email_bill_finish(destination))
+            counts.sent++;
+        else
+            counts.failed++;
+    } else {
+        // The page end also empties the formatter's pending line, which would
+        // otherwise carry a discarded statement's last words into the file.
+        o_formfeed();
+        if (!discarded)
+            counts.printed++;
+    }
     set_o_file(destination);
 }
 
@@ -74,9 +85,7 @@ bool do_bills(int mode, bool by_email) {
     for (customer *c = db.cust_list; c != nullptr; c = c->next) {
         if (!force_bill_always(c) && !any_charges(c))
             continue;
-        // EMAIL-BILLS sends the statements of customers with an address here
-        // (counting sent and failed ones) and falls back to the file.
-        bill_customer(c, heading, trailer, finance, counts);
+        bill_customer(c, heading, trailer, finance, by_email, counts);
     }
     w_charges(billing.bills_started, billing.bills_ended);
     o_formfeed();

@@ -16,8 +16,7 @@ void do_emailBills() {
         printf("    Use the CHANGE EMAIL-SENDER and CHANGE EMAIL-SERVER commands to set them.\n");
         return;
     }
-    // The bill run itself comes with BILLS.
-    notyet("EMAIL-BILLS");
+    do_bills(1, true);
 }
 
 bool email_bill_wanted(const customer *c) {
@@ -34,6 +33,10 @@ void email_bill_start(const customer *c) {
 }
 
 bool email_bill_finish(FILE *fallback) {
+    // The statement's last line (the trailer's) is still pending; on paper
+    // the page end writes it, here the line end that page end would have
+    // written.
+    o_newline(0);
     bool sent = o_emailEnd();
     // A statement that did not go out is printed after all, so that the
     // treasurer can post it.

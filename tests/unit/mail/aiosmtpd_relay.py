@@ -8,7 +8,8 @@ the only one offered, and succeeds only for USER with PASSWORD. Prints
 "PORT <n>" once it listens on 127.0.0.1 and serves any number of
 connections until SECONDS have passed or DIR/stop exists. Message N (from 1)
 is recorded as DIR/N.envelope (sender, then each recipient, one a line) and
-DIR/N.content (the data as received, dot-stuffing undone); every refused
+DIR/N.content (the data as received, dot-stuffing undone) and DIR/N.body
+(its body, line ends made LF); every refused
 login adds a line to DIR/refused."""
 
 import asyncio
@@ -44,6 +45,9 @@ class Recorder:
         lines = [envelope.mail_from] + list(envelope.rcpt_tos)
         self.write("%d.envelope" % self.count, ("\n".join(lines) + "\n").encode())
         self.write("%d.content" % self.count, envelope.original_content)
+        # The body alone, with LF line ends, to compare with a file.
+        body = envelope.original_content.split(b"\r\n\r\n", 1)[-1]
+        self.write("%d.body" % self.count, body.replace(b"\r\n", b"\n"))
         return "250 Message accepted for delivery"
 
 
