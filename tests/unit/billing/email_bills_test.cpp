@@ -30,6 +30,8 @@ class EmailBills : public DbTest {
             email_bill_start(member);
             o_lstring("New balance: $5.00", 1, false);
             o_newline(0);
+            // A statement ends with its trailer's line still pending.
+            o_lstring("Pay by the 15th.", 1, false);
             sent = email_bill_finish(statements);
             fclose(statements);
             return sent;
@@ -58,7 +60,8 @@ TEST_F(EmailBills, SentStatementStaysOutOfTheFileARefusedOneFallsBackWithAFormFe
         {"220 hi\r\n", "250 hello\r\n", "250 ok\r\n", "250 ok\r\n", "354 go\r\n", "250 queued\r\n"},
         sent);
     EXPECT_TRUE(sent);
-    EXPECT_TRUE(has(ok.wire, "\r\n\r\n\r\n\r\nNew balance: $5.00\r\n\r\n.\r\n")) << ok.wire;
+    EXPECT_TRUE(has(ok.wire, "\r\n\r\n\r\n\r\nNew balance: $5.00\r\nPay by the 15th.\r\n\r\n.\r\n"))
+        << ok.wire;
     EXPECT_EQ(read_file("STATEMENTS"), "");
     EXPECT_EQ(get_o_file(), stdout);
 
@@ -66,5 +69,5 @@ TEST_F(EmailBills, SentStatementStaysOutOfTheFileARefusedOneFallsBackWithAFormFe
         {"220 hi\r\n", "550 no\r\n", "503 a\r\n", "503 b\r\n", "500 c\r\n", "250 bye\r\n"}, sent);
     EXPECT_FALSE(sent);
     EXPECT_TRUE(has(refused.out, "? Unable to send email to member@example.org")) << refused.out;
-    EXPECT_EQ(read_file("STATEMENTS"), "\n\n\nNew balance: $5.00\n\f");
+    EXPECT_EQ(read_file("STATEMENTS"), "\n\n\nNew balance: $5.00\nPay by the 15th.\n\f");
 }
