@@ -18,6 +18,7 @@ PRICES = {
     "THOUSAND": (0, [("DEFAULT", 9000), ("FULL", 8000), ("JUNIOR", 6000), ("CASH", 10000)]),
     "INSTRUCTION": (0, [("DEFAULT", 30000), ("JUNIOR", 15000)]),
     "PVT-INSTRUCTION": (0, [("DEFAULT", 45000)]),
+    "CFI-HOURS-PAID": (0, [("DEFAULT", 1000)]),
     "MINIMUM-TIME": (0, [("DEFAULT", 30)]),
     "GROUND-TIME": (0, [("DEFAULT", 6)]),
     "ROPE-BREAK": (0, [("DEFAULT", 12000)]),
