@@ -2,7 +2,7 @@
 BUILD ?= build
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: all build run test clean
+.PHONY: all build run test clean fuzz
 
 all: build
 
@@ -12,7 +12,7 @@ build:
 
 # Opens VARNOK on a scratch copy of the demo club, so the demo stays pristine.
 run: build
-	@rm -rf $(BUILD)/club && mkdir -p $(BUILD)/club && cp -R demo/. $(BUILD)/club/
+	@rm -rf $(BUILD) build-fuzz/club && mkdir -p $(BUILD)/club && cp -R demo/. $(BUILD)/club/
 	@cd $(BUILD)/club && ../varnok
 
 test:
@@ -20,5 +20,11 @@ test:
 	@$(MAKE) --no-print-directory build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
+# Runs each reader's fuzz target for FUZZ_SECONDS (clang, ASan and UBSan).
+FUZZ_SECONDS ?= 60
+fuzz:
+	@scripts/setup-deps
+	@scripts/run-fuzz $(FUZZ_SECONDS)
+
 clean:
-	rm -rf $(BUILD)
+	rm -rf $(BUILD) build-fuzz
