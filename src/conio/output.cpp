@@ -561,9 +561,10 @@ void o_newline(int line) {
         emit("\n");
     }
     ++out.cur_lcount;
-    emit(out.cur_line);
-    emit("\n");
     out.cur_lcount += count_newlines(out.cur_line);
+    // The line and its end in one write; the buffer has room past the limit.
+    out.cur_line[out.cur_len] = '\n';
+    emit(out.cur_line, out.cur_len + 1);
     clear_line();
 }
 
