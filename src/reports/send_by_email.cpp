@@ -2,6 +2,7 @@
 // through the e-mail capture, one message per customer.
 #include <cstdio>
 
+#include "billing/billing.h"
 #include "conio/iosubs.h"
 #include "db/db.h"
 #include "mail/email_capture.h"
@@ -35,14 +36,13 @@ int w_email_choose() {
     int choice = get_list("Choose what to output", "STATEMENT", emailOutputs, true);
     switch (choice) {
     case EMAIL_BALANCE:
-        // The single-customer balance comes with the bill run.
-        notyet("BALANCE");
+        w_balance();
         break;
     case EMAIL_MESSAGE_FROM_FILE:
         w_email_file("");
         break;
     case EMAIL_STATEMENT:
-        notyet("STATEMENT");
+        w_stmnt();
         break;
     default:
         break;
