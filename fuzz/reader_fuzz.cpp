@@ -107,6 +107,12 @@ const Reader kReaders[] = {
 };
 
 const Reader *current = nullptr;
+char work_dir[] = "/tmp/varnok-fuzz-XXXXXX";
+
+void remove_work_dir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(work_dir, ignored);
+}
 
 // The file's lines in sorted order: some lists are kept newest first (a
 // price's categories), so a rewrite may reorder lines but never change one.
@@ -162,9 +168,10 @@ bool fuzz_select(const char *kind) {
 void fuzz_setup(const char *demo_dir) {
     setenv("TZ", "UTC", 1);
     tzset();
-    char pattern[] = "/tmp/varnok-fuzz-XXXXXX";
+    char *pattern = work_dir;
     if (mkdtemp(pattern) == nullptr)
         abort();
+    atexit(remove_work_dir);
     for (const auto &e : std::filesystem::directory_iterator(demo_dir))
         std::filesystem::copy_file(e.path(), std::filesystem::path(pattern) / e.path().filename());
     if (chdir(pattern) != 0)
