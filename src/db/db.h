@@ -398,6 +398,11 @@ void finish_pending_rewrite();
 // and must be completed the same way, before anything is read and before
 // leftover temporaries are removed; the shell installs it at start-up.
 extern void (*finish_pending_move_hook)();
+// A pending file names, on one tab-separated line, the files of a change
+// of several files that a crash may interrupt; it is written whole and
+// synced before the first rename, and read back by the roll-forward.
+bool write_pending_names(const char *pending, const std::vector<std::string> &names);
+bool read_pending_names(const char *pending, std::vector<std::string> &names);
 void note_file_read(const char *name, bool unreadable, int bad_lines);
 const FileReadNote *file_read_note(const char *name); // nullptr: never read
 

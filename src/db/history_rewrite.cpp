@@ -13,6 +13,7 @@
 #include <functional>
 #include <string>
 #include <sys/stat.h>
+#include <vector>
 
 #include "conio/iosubs.h"
 #include "db/db.h"
@@ -57,16 +58,33 @@ bool finish_renames(const FamilyFiles &f, bool &main_backed_up) {
 }
 
 bool write_pending(const FamilyFiles &f) {
-    SafeFile sf;
-    if (safe_open(sf, kPendingFile) == nullptr)
-        return false;
-    fprintf(sf.fp, "%s\t%s\t%s\t%s\t%s\t%s\n", f.main.c_str(), f.temp.c_str(), f.backup.c_str(),
-            f.companion.c_str(), f.fresh_companion.c_str(), f.companion_backup.c_str());
-    return safe_commit(sf);
+    return write_pending_names(kPendingFile, {f.main, f.temp, f.backup, f.companion,
+                                              f.fresh_companion, f.companion_backup});
 }
 
 bool read_pending(FamilyFiles &f) {
-    FILE *in = fopen(kPendingFile, "r");
+    std::vector<std::string> names;
+    if (!read_pending_names(kPendingFile, names) || names.size() != 6)
+        return false;
+    f = FamilyFiles{names[0], names[1], names[2], names[3], names[4], names[5]};
+    return true;
+}
+
+} // namespace
+
+bool write_pending_names(const char *pending, const std::vector<std::string> &names) {
+    SafeFile sf;
+    if (safe_open(sf, pending) == nullptr)
+        return false;
+    for (size_t i = 0; i < names.size(); i++)
+        fprintf(sf.fp, i ? "\t%s" : "%s", names[i].c_str());
+    fprintf(sf.fp, "\n");
+    return safe_commit(sf);
+}
+
+bool read_pending_names(const char *pending, std::vector<std::string> &names) {
+    names.clear();
+    FILE *in = fopen(pending, "r");
     if (in == nullptr)
         return false;
     char line[4096];
@@ -75,20 +93,21 @@ bool read_pending(FamilyFiles &f) {
     if (!ok)
         return false;
     line[strcspn(line, "\n")] = '\0';
-    std::string *parts[] = {
-        &f.main, &f.temp, &f.backup, &f.companion, &f.fresh_companion, &f.companion_backup};
     char *rest = line;
-    for (std::string *part : parts) {
+    for (;;) {
         char *tab = strchr(rest, '\t');
         if (tab != nullptr)
             *tab = '\0';
-        *part = rest;
-        if (part->empty())
+        if (*rest == '\0')
             return false;
-        rest = tab != nullptr ? tab + 1 : rest + strlen(rest);
+        names.push_back(rest);
+        if (tab == nullptr)
+            return true;
+        rest = tab + 1;
     }
-    return true;
 }
+
+namespace {
 
 // The new empty companion, complete on disk under a temporary name.
 bool prepare_companion(const char *name, std::string &fresh) {

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <string>
 #include <sys/stat.h>
+#include <vector>
 
 #include "conio/iosubs.h"
 #include "reports/reports.h"
@@ -40,35 +41,14 @@ bool finish_renames(const MoveFiles &m) {
 }
 
 bool write_pending(const MoveFiles &m) {
-    SafeFile sf;
-    if (safe_open(sf, kPendingMove) == nullptr)
-        return false;
-    fprintf(sf.fp, "%s\t%s\t%s\t%s\n", m.history.c_str(), m.fresh_history.c_str(), m.qu.c_str(),
-            m.new_qu.c_str());
-    return safe_commit(sf);
+    return write_pending_names(kPendingMove, {m.history, m.fresh_history, m.qu, m.new_qu});
 }
 
 bool read_pending(MoveFiles &m) {
-    FILE *in = fopen(kPendingMove, "r");
-    if (in == nullptr)
+    std::vector<std::string> names;
+    if (!read_pending_names(kPendingMove, names) || names.size() != 4)
         return false;
-    char line[4096];
-    bool ok = fgets(line, sizeof line, in) != nullptr;
-    fclose(in);
-    if (!ok)
-        return false;
-    line[strcspn(line, "\n")] = '\0';
-    std::string *parts[] = {&m.history, &m.fresh_history, &m.qu, &m.new_qu};
-    char *rest = line;
-    for (std::string *part : parts) {
-        char *tab = strchr(rest, '\t');
-        if (tab != nullptr)
-            *tab = '\0';
-        *part = rest;
-        if (part->empty())
-            return false;
-        rest = tab != nullptr ? tab + 1 : rest + strlen(rest);
-    }
+    m = MoveFiles{names[0], names[1], names[2], names[3]};
     return true;
 }
 
