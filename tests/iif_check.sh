@@ -1,0 +1,45 @@
+#!/bin/sh
+# Reads the accounting export of a synthetic club the way the accounting
+# package does: every transaction's splits sum to minus its TRNS amount to
+# the cent, the TRNS amounts sum to the new charges the receivables report
+# counts for the same customers, and a second export finds nothing.
+#
+#   tests/iif_check.sh VARNOK GEN_CLUB [CUSTOMERS] [FLIGHTS]
+set -e
+varnok=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
+gen=$2
+dir=$(mktemp -d)
+trap 'rc=$?; [ $rc -eq 0 ] || cat "$dir/console" >&2; rm -rf "$dir"' EXIT
+"$gen" "$dir/club" "${3:-300}" "${4:-20000}" >/dev/null
+
+run() { # directory, output file, output, answers
+    printf 'WRITE\n%s\n%s\n%bEXIT\n' "$2" "$3" "$4" >"$dir/input"
+    (cd "$1" && TZ=UTC "$varnok" <"$dir/input" >"$dir/console")
+}
+
+cp -R "$dir/club" "$dir/export" && cp -R "$dir/club" "$dir/report"
+run "$dir/export" QB.IIF QUICKBOOKS 'NO\nNO\nNO\nNO\nALL\n'
+run "$dir/report" BAL.LIS ACCOUNT-BALANCES 'NO\nNO\nNO\nALL\n'
+
+# Amounts in cents, from "-12.34" without floating point.
+total=$(awk -F'\t' '
+    function cents(a,   s, p) { s = 1; if (a ~ /^-/) { s = -1; a = substr(a, 2) }
+                                split(a, p, "."); return s * (p[1] * 100 + p[2]) }
+    $1 == "TRNS" { if (open) bad = bad "nested " $5 "\n"; open = 1; trns = cents($6); spl = 0; n++ }
+    $1 == "SPL" { if (!open) bad = bad "stray split\n"; spl += cents($6) }
+    $1 == "ENDTRNS" { if (spl != -trns) bad = bad "unbalanced " name "\n"; sum += trns; open = 0 }
+    END { if (open || n == 0 || bad != "") { printf "%s", bad > "/dev/stderr"; exit 1 } print sum }
+' "$dir/export/QB.IIF")
+billed=$(awk '/^Charges to be billed:/ { a = $NF; gsub(/[$,]/, "", a); split(a, p, ".");
+                                          print p[1] * 100 + p[2] }' "$dir/report/BAL.LIS")
+if [ "$total" != "$billed" ]; then
+    echo "TRNS amounts sum to $total cents, the new charges to $billed" >&2
+    exit 1
+fi
+
+run "$dir/export" QB2.IIF QUICKBOOKS 'NO\nNO\nNO\nNO\nALL\n'
+if grep -q '^TRNS' "$dir/export/QB2.IIF"; then
+    echo "the second export found charges again" >&2
+    exit 1
+fi
+echo "IIF of $(grep -c '^TRNS' "$dir/export/QB.IIF") invoices balances; $total cents exported once"
