@@ -27,8 +27,9 @@ void bill_customer(customer *c, const char *heading, const char *trailer, bool f
         set_o_file(nullptr);
     if (mailed)
         email_bill_start(c);
+    // A statement nobody will see is computed but not laid out.
     charge_account(c, fc_charge(c->category, false), billing.bills_started, billing.bills_ended,
-                   heading, trailer, true, true, finance);
+                   heading, trailer, true, !discarded, finance);
     if (mailed) {
         // A statement that did not go out lands in the file after all.
         if (email_bill_finish(destination))
