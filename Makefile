@@ -11,8 +11,13 @@ build:
 	@cmake --build $(BUILD) -j $(JOBS)
 
 # Opens VARNOK on a scratch copy of the demo club, so the demo stays pristine.
-run: build
-	@rm -rf $(BUILD) build-fuzz/club && mkdir -p $(BUILD)/club && cp -R demo/. $(BUILD)/club/
+# The build log is shown only when the build fails, so the program is all a
+# treasurer sees.
+run:
+	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	@cmake --build $(BUILD) -j $(JOBS) -- --no-print-directory >$(BUILD)/build.log 2>&1 \
+	  || { cat $(BUILD)/build.log; exit 1; }
+	@rm -rf $(BUILD)/club build-fuzz/club && mkdir -p $(BUILD)/club && cp -R demo/. $(BUILD)/club/
 	@cd $(BUILD)/club && ../varnok
 
 test:
