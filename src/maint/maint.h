@@ -3,7 +3,7 @@
 // console library.
 #pragma once
 
-struct customer;
+#include "db/db.h"
 
 void do_add();
 void do_change();
