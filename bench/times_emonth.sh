@@ -1,6 +1,7 @@
 #!/bin/sh
 # Times TIMES and END-MONTH on a small and a large synthetic club, with the
-# peak memory of each run, beside an awk floor on the same files.
+# wall time, CPU time and peak memory of each run, beside an awk floor on
+# the same files.
 #
 #   bench/times_emonth.sh BUILD [SMALL_C SMALL_F LARGE_C LARGE_F]
 #
@@ -13,17 +14,16 @@
 # pilot and date, and by instructor and pilot: the least work TIMES can do.
 set -e
 build=$(cd "$1" && pwd)
+. "$(dirname "$0")/club_prices.sh"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 
-# Prints "seconds peak_MiB" for varnok run in $2 on the input $1.
+# Prints "wall_seconds cpu_seconds peak_MiB" for varnok run in $2 on the
+# input $1.
 measure() {
-    (cd "$2" && /usr/bin/time -f '%e %M' -o "$dir/time" "$build/varnok" <"$1" >"$dir/output")
-    if grep -q '^? \|^Error' "$dir/output"; then
-        echo "messages of the run (count, text):" >&2
-        grep '^? \|^Error' "$dir/output" | cut -c1-40 | sort | uniq -c | head -5 >&2
-    fi
-    awk '{ printf "%s s, %.0f MiB", $1, $2 / 1024 }' "$dir/time"
+    (cd "$2" && /usr/bin/time -f '%e %U %S %M' -o "$dir/time" "$build/varnok" <"$1" >"$dir/output")
+    check_quiet "$dir/output"
+    awk '{ printf "%s %.2f %.0f", $1, $2 + $3, $4 / 1024 }' "$dir/time"
 }
 
 floor() {
@@ -37,16 +37,17 @@ floor() {
     echo "$end - $start" | bc
 }
 
+show() {
+    set -- $2 "$1" "$3"
+    printf '  %-10s %5.2f s (cpu %5.2f s), peak %4d MiB, %5.1f x the awk floor\n' \
+        "$4" "$1" "$2" "$3" "$(echo "$1 / $5" | bc -l)"
+}
+
 club() {
     customers=$1
     flights=$2
     "$build/bench/bench_gen_club" "$dir/club" "$customers" "$flights" >/dev/null
-    # The rates the generator leaves out, so that no run reports a missing
-    # price for every flight.
-    for item in CFI-HOURS-PAID:1.000 GROUND-TIME:0.100 MINIMUM-TIME:0.250 INSTRUCTION:30.000 \
-        FLT-SALESTAX:0.050 TOW-SALESTAX:0.050 INS-SALESTAX:0.000; do
-        printf '$PRICE\t%s\t0\n\tDEFAULT\t%s\n' "${item%%:*}" "${item#*:}"
-    done >>"$dir/club/VNKPRICE.DAT"
+    complete_club "$dir/club"
     printf 'TIMES\n\nEXIT\n' >"$dir/times.in"
     printf 'END-MONTH\n\nYES\nNO\n\n\n\nEXIT\n' >"$dir/emonth.in"
     rm -rf "$dir/run" && cp -R "$dir/club" "$dir/run"
@@ -57,12 +58,19 @@ club() {
         echo "END-MONTH did not close the period" >&2
         exit 1
     fi
-    echo "club: $customers customers, $flights flights"
-    echo "  TIMES:     $times"
-    echo "  END-MONTH: $emonth"
-    echo "  awk floor: $(floor "$dir/club") s"
+    awk_floor=$(floor "$dir/club")
+    echo "club: $customers customers, $flights flights; awk floor $awk_floor s"
+    show TIMES: "$times" "$awk_floor"
+    show END-MONTH: "$emonth" "$awk_floor"
+    echo "${times%% *} ${emonth%% *}" >"$dir/walls$customers"
     rm -rf "$dir/club" "$dir/run"
 }
 
-club "${2:-2000}" "${3:-100000}"
-club "${4:-20000}" "${5:-1000000}"
+small=${2:-2000}
+large=${4:-20000}
+club "$small" "${3:-100000}"
+club "$large" "${5:-1000000}"
+read -r ts es <"$dir/walls$small"
+read -r tl el <"$dir/walls$large"
+printf 'large / small: TIMES %.1f, END-MONTH %.1f\n' "$(echo "$tl / $ts" | bc -l)" \
+    "$(echo "$el / $es" | bc -l)"
