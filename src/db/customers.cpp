@@ -240,8 +240,10 @@ char *get_name(const char *prompt, const char *def, bool allow_blank) {
     for (;;) {
         char *line = getuser(prompt, def, true);
         char bad = 0;
+        // A "!" would turn the customer's name line into a comment of the
+        // customer file, and the record would be lost at the next load.
         for (char *p = line; *p; p++) {
-            if (*p == ',' || *p == '?') {
+            if (*p == ',' || *p == '?' || *p == '!') {
                 bad = *p;
                 break;
             }
