@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <initializer_list>
+#include <sys/stat.h>
 
 #include "conio/iosubs.h"
 
@@ -127,8 +129,10 @@ bool copyfile(const char *name, FILE *out) {
         if (out != nullptr)
             fwrite(piece, 1, got, out);
     }
+    // A read that stopped early has not copied the file.
+    bool read_ok = ferror(in) == 0;
     fclose(in);
-    return true;
+    return read_ok;
 }
 
 bool copyfile_by_name(const char *from, const char *to) {
@@ -145,16 +149,28 @@ bool copyfile_by_name(const char *from, const char *to) {
 
 namespace {
 
+bool missing(const char *name) {
+    struct stat st;
+    return stat(name, &st) != 0 && errno == ENOENT;
+}
+
 // `scratch` becomes `first` followed by `second`, complete and on disk, or
-// stays as it was. A missing `first` is reported by copyfile and skipped.
+// stays as it was. A missing `first` is reported by copyfile and skipped;
+// one that is there but cannot be read to its end stops the append, since
+// the history would otherwise be replaced by the new lines alone.
 bool join_into(const char *scratch, const char *first, const char *second) {
     SafeFile sf;
     if (safe_open(sf, scratch) == nullptr) {
         log_error("? Unable to open \"%s\" for append.\n", scratch);
         return false;
     }
-    copyfile(first, sf.fp);
-    copyfile(second, sf.fp);
+    for (const char *part : {first, second}) {
+        if (!copyfile(part, sf.fp) && !missing(part)) {
+            safe_abort(sf);
+            log_error("? Unable to open \"%s\" for append.\n", part);
+            return false;
+        }
+    }
     if (!safe_commit(sf)) {
         log_error("? Unable to close file \"%s\"\n", scratch);
         return false;

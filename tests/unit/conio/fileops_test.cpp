@@ -106,6 +106,41 @@ TEST_F(FileOpsTest, AppendOnAFullDiskKeepsTheHistoryAndReportsTheScratchFile) {
     EXPECT_FALSE(std::filesystem::exists("APPEND.TMP"));
 }
 
+TEST_F(FileOpsTest, AppendRefusesAHistoryThatIsThereButCannotBeRead) {
+    // A history the append cannot read to its end would be replaced by the
+    // new lines alone; only a history that does not exist at all may be.
+    // (A link to itself and a folder cannot be read even by root.)
+    std::filesystem::create_symlink("VNKGAS.HIS", "VNKGAS.HIS");
+    std::filesystem::create_directory("VNKPMNT.HIS");
+    write_file("VNKGAS.TMP", kAdded);
+    write_file("VNKPMNT.TMP", kAdded);
+    for (std::string his : {"VNKGAS.HIS", "VNKPMNT.HIS"}) {
+        std::string tmp = his.substr(0, his.find('.')) + ".TMP";
+        bool ok = true;
+        std::string out = output_of([&] { ok = append(his.c_str(), tmp.c_str()); });
+        EXPECT_FALSE(ok) << his;
+        EXPECT_TRUE(has(out, std::string("? Unable to open \"") + his + "\" for append.\n")) << out;
+        EXPECT_FALSE(std::filesystem::is_regular_file(std::filesystem::symlink_status(his)))
+            << his << " was replaced";
+        EXPECT_EQ(read_file(tmp), kAdded);
+    }
+    EXPECT_FALSE(std::filesystem::exists("APPEND.TMP"));
+
+    // A temporary file that is there but unreadable is not half appended.
+    write_file("VNKFLGHT.HIS", kOld);
+    std::filesystem::create_directory("VNKFLGHT.TMP");
+    EXPECT_FALSE(append("VNKFLGHT.HIS", "VNKFLGHT.TMP"));
+    EXPECT_EQ(read_file("VNKFLGHT.HIS"), kOld);
+
+    // A history that does not exist yet becomes the temporary file.
+    std::filesystem::remove("VNKFLGHT.TMP");
+    std::filesystem::remove("VNKFLGHT.HIS");
+    write_file("VNKFLGHT.TMP", kAdded);
+    EXPECT_TRUE(has(output_of([] { EXPECT_TRUE(append("VNKFLGHT.HIS", "VNKFLGHT.TMP")); }),
+                    "? Unable to open VNKFLGHT.HIS\n"));
+    EXPECT_EQ(read_file("VNKFLGHT.HIS"), kAdded);
+}
+
 TEST_F(FileOpsTest, CopiesAndAppendsReplaceTheirTargetWhole) {
     write_file("from.dat", "fresh\n");
     write_file("to.dat", "old\n");
