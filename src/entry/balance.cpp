@@ -19,9 +19,9 @@ void do_balance() {
     char now[48];
     snprintf(now, sizeof now, "%s", cents_text(c->balance));
     printf("Current balance is $%s\n", now);
-    long balance = get_fixed_number("New balance:", 2, now, true);
+    int32_t balance = ask_fixed("New balance:", 2, now, true);
     if (balance != c->balance) {
-        c->balance = (int32_t)balance;
+        c->balance = balance;
         db.balances_changed = 1;
     }
 }

@@ -33,6 +33,13 @@ void take_answer(char **field, char *answer);
 customer *ask_customer(const char *prompt, char **text, bool allow_add, const char *refusal);
 // Asks a date with *text as default; *text becomes the answer.
 int32_t ask_date(const char *prompt, char **text);
+// The record fields that take typed numbers are 32 bits wide: a number
+// beyond them is refused ("? ...") and asked again, never stored wrapped.
+// `get_number` and `get_fixed_number` with that check.
+int32_t ask_number(const char *prompt, long def);
+int32_t ask_fixed(const char *prompt, int places, const char *def, bool allowNegative);
+// The number after `n`, running on as a signed 32-bit number does.
+int32_t next_number(int32_t n);
 // "Sheet number" until it is not 0.
 int ask_sheet();
 // The next line of a sheet: its number (0 when the sheet is done, `next`

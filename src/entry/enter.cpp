@@ -1,5 +1,6 @@
 // ENTER: the menu of dialogues, entry's module state, and what the
 // dialogues share.
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
@@ -118,17 +119,48 @@ int32_t ask_date(const char *prompt, char **text) {
     return (int32_t)i_convertDateToTime(*text);
 }
 
+namespace {
+
+bool fits_record(long value) {
+    if (value >= INT32_MIN && value <= INT32_MAX)
+        return true;
+    printf("? Number too large to be stored.\n");
+    return false;
+}
+
+} // namespace
+
+int32_t ask_number(const char *prompt, long def) {
+    for (;;) {
+        long value = get_number(prompt, def);
+        if (fits_record(value))
+            return (int32_t)value;
+    }
+}
+
+int32_t ask_fixed(const char *prompt, int places, const char *def, bool allowNegative) {
+    for (;;) {
+        long value = get_fixed_number(prompt, places, def, allowNegative);
+        if (fits_record(value))
+            return (int32_t)value;
+    }
+}
+
+int32_t next_number(int32_t n) {
+    return (int32_t)((int64_t)n + 1);
+}
+
 int ask_sheet() {
     for (;;) {
-        long sheet = get_number("Sheet number", 0);
+        int32_t sheet = ask_number("Sheet number", 0);
         if (sheet != 0)
-            return (int)sheet;
+            return sheet;
         printf("? Sheet number must be given.\n");
     }
 }
 
 int ask_sheet_line(int next, int sheet, char **date_text, int32_t *date) {
-    int line = (int)get_number("Next line number (0 if done)", next);
+    int line = ask_number("Next line number (0 if done)", next);
     if (line == 0)
         return 0;
     *date = ask_date("Purchase date (mm-dd) or (dd)", date_text);
@@ -139,7 +171,7 @@ int ask_sheet_line(int next, int sheet, char **date_text, int32_t *date) {
 long ask_amount(const char *prompt, const char *def, long limit, const char *confirm,
                 const char *refuse_negative) {
     for (;;) {
-        long cents = get_fixed_number(prompt, 2, def, refuse_negative != nullptr);
+        long cents = ask_fixed(prompt, 2, def, refuse_negative != nullptr);
         if (cents < 0 && refuse_negative != nullptr) {
             printf("%s", refuse_negative);
             continue;

@@ -147,7 +147,7 @@ void do_flights(bool is_glider) {
     FlightIndex stored;
     int next = entry.flight_number;
     for (;;) {
-        int number = (int)get_number("Next flight_number (0 if done)", next);
+        int number = ask_number("Next flight_number (0 if done)", next);
         if (number == 0)
             break;
         next = number; // a declined line offers its number again
@@ -181,7 +181,7 @@ void do_flights(bool is_glider) {
             continue;
         o_flight_struct(&f, 0, false, true);
         end_record();
-        next = number + 1;
+        next = next_number(number);
     }
     bool written = close_temporary();
     entry.flight_number = next;

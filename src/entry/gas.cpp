@@ -34,9 +34,9 @@ const char *ask_grade(const char *previous) {
 
 int ask_gallons() {
     for (;;) {
-        long gallons = get_fixed_number("Gallons", 1, "0", false);
+        int32_t gallons = ask_fixed("Gallons", 1, "0", false);
         if (gallons != 0)
-            return (int)gallons;
+            return gallons;
         printf("? Number of gallons must be provided.\n");
     }
 }
@@ -96,7 +96,7 @@ void do_gas() {
             continue;
         o_gas_struct(&g, 0, false, true);
         end_record();
-        next = line + 1;
+        next = next_number(line);
     }
     if (close_temporary())
         remember("Remember this data in the permanent history file", db.gashistfile, db.gastempfile,

@@ -147,7 +147,7 @@ void do_misc(bool is_charge) {
             o_misc_struct(&m, 0, false, true);
             end_record();
         }
-        next = line + 1;
+        next = next_number(line);
         if (group.active && charged > 0) {
             printf("%d customers charged.\n", charged);
             break;

@@ -38,9 +38,9 @@ customer *ask_payer(WorkingPayment &w) {
 // The default -1 is refused, so the number is typed for every payment.
 int32_t ask_check() {
     for (;;) {
-        long check = get_number("Check number (0 if payment not made by check)", -1);
+        int32_t check = ask_number("Check number (0 if payment not made by check)", -1);
         if (check >= 0)
-            return (int32_t)check;
+            return check;
         printf("? You must supply a check number.\n");
     }
 }
@@ -70,7 +70,7 @@ void do_payments() {
     payment &p = w.p;
     int next = 1;
     for (;;) {
-        int number = (int)get_number("Next payment number (0 if done)", next);
+        int number = ask_number("Next payment number (0 if done)", next);
         if (number == 0)
             break;
         next = number;
@@ -87,7 +87,7 @@ void do_payments() {
             continue;
         o_payment_struct(&p, 0, false, true);
         end_record();
-        next = number + 1;
+        next = next_number(number);
     }
     if (close_temporary())
         remember("Remember these payments in the permanent payments file", db.payhistfile,
