@@ -11,8 +11,10 @@ const char *const changes[] = {"ABBREVIATION",  "CUSTOMER", "EMAIL-SENDER", "EMA
 enum { ABBREVIATION, CUSTOMER, EMAIL_SENDER, EMAIL_SERVER, EMAIL_SUBJECT, PRICE };
 
 // A non-empty answer replaces the setting; an empty one (or "~") keeps it.
+// The blank answer that takes the present value changes nothing either.
 void store_setting(char **setting, char *answer) {
-    if (answer[0] != '\0' && strcmp(answer, "~") != 0) {
+    if (answer[0] != '\0' && strcmp(answer, "~") != 0 &&
+        (!*setting || strcmp(*setting, answer) != 0)) {
         replace_str(setting, answer);
         db.price_changed = 1;
     }
