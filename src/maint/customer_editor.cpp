@@ -157,8 +157,16 @@ void add_cust() {
         errfree(first);
         return;
     }
-    // The two names share one line of the balances file.
-    char *last = get_checked_name("Full last name", "", true, CUSTOMER_NAMES_MAX - strlen(first));
+    char *last = nullptr;
+    for (;;) {
+        last = get_checked_name("Full last name", "", true, CUSTOMER_NAMES_MAX);
+        // The two names share one line of the balances file.
+        if (strlen(first) + strlen(last) <= CUSTOMER_NAMES_MAX || strcmp(last, "~") == 0)
+            break;
+        printf("? The first and last names together can be at most %d characters long.\n",
+               CUSTOMER_NAMES_MAX);
+        errfree(last);
+    }
     if (strcmp(last, "~") == 0) {
         errfree(first);
         errfree(last);
