@@ -240,6 +240,10 @@ void smtp_set_time_limit(long seconds) {
     time_limit_seconds = seconds;
 }
 
+long smtp_time_limit() {
+    return time_limit_seconds;
+}
+
 bool sendmail_relay(const char *toEmail, const char *subject, const char *body,
                     const char *senderName, const char *senderEmail, const char *replyTo,
                     const char *server) {

@@ -16,6 +16,7 @@
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace {
@@ -82,6 +83,11 @@ long clamp_fill(long fill) {
 long receive_more(Smtp::SOCKET s, char *reply, long fill) {
     long at = clamp_fill(fill);
     ssize_t n = recv(s, reply + at, static_cast<size_t>(REPLY_SIZE - at), 0);
+    // A relay silent for the whole time limit is taken as gone: its later
+    // replies are not waited for, so one send fails within one limit while
+    // the dialogue still runs to its end.
+    if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+        shutdown(s, SHUT_RD);
     fill += static_cast<long>(n);
     reply[clamp_fill(fill)] = '\0';
     return fill;
@@ -314,6 +320,12 @@ Smtp::SOCKET Smtp::_connectServerSocket(const char *server, unsigned short port)
         terminate_abnormally();
     }
     m_ownedSocket = s;
+    // Connecting and each reply are bounded, so a dead relay never hangs a
+    // bill run.
+    timeval limit{};
+    limit.tv_sec = smtp_time_limit();
+    setsockopt(s, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    setsockopt(s, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     address.sin_port = port != 0 ? port : smtp_service_port();
     if (connect(s, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
         return INVALID_SOCKET;

@@ -26,5 +26,7 @@ bool smtp_is_relay_url(const char *server);
 bool sendmail_relay(const char *toEmail, const char *subject, const char *body,
                     const char *senderName, const char *senderEmail, const char *replyTo,
                     const char *server);
-// The limit on connecting and on each reply, in seconds (30 by default).
+// The limit on connecting and on each reply, in seconds (30 by default),
+// for both clients.
 void smtp_set_time_limit(long seconds);
+long smtp_time_limit();
