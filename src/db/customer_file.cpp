@@ -386,7 +386,7 @@ void do_r_cust() {
     Line line;
     int version = 0;
     int line_number = 0;
-    if (!read_chopped(file, line, line_number) || sscanf(line, " $VERSION %d", &version) != 1) {
+    if (!read_chopped(file, line, line_number) || !dbfile::scan_version(line, version)) {
         // No version line: the first format of the file, converted on the
         // next save. Its balances stay unread.
         rewind(file);

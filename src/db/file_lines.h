@@ -53,6 +53,40 @@ inline bool scan_int32(const char *text, int32_t &value, const char **end = null
     return true;
 }
 
+// The number sscanf's "%d" would read (leading blanks, a sign, digits),
+// held to the 32-bit range: sscanf would store a longer one as some other
+// number. False when no number is there. The readers' version checks then
+// report a held number as the bad version it is.
+inline bool scan_int_held(const char *text, int &value) {
+    const char *p = text;
+    while (isspace(static_cast<unsigned char>(*p)))
+        p++;
+    bool negative = *p == '-';
+    if (*p == '-' || *p == '+')
+        p++;
+    if (!isdigit(static_cast<unsigned char>(*p)))
+        return false;
+    int64_t magnitude = 0;
+    while (isdigit(static_cast<unsigned char>(*p))) {
+        if (magnitude <= int64_t{INT32_MAX} + 1)
+            magnitude = magnitude * 10 + (*p - '0');
+        p++;
+    }
+    int64_t v = negative ? -magnitude : magnitude;
+    value = static_cast<int32_t>(v > INT32_MAX ? INT32_MAX : v < INT32_MIN ? INT32_MIN : v);
+    return true;
+}
+
+// " $VERSION %d" as sscanf matches it, with the number held as above.
+inline bool scan_version(const char *line, int &version) {
+    const char *p = line;
+    while (isspace(static_cast<unsigned char>(*p)))
+        p++;
+    if (strncmp(p, "$VERSION", 8) != 0)
+        return false;
+    return scan_int_held(p + 8, version);
+}
+
 // A period file holds only a few dozen distinct dates; remembering their
 // conversions spares the calendar arithmetic (and the time zone lookup)
 // on every line.

@@ -294,7 +294,7 @@ void readFlights(const char *file) {
         if (strchr(line, '!') != nullptr || is_blank(line))
             continue;
         int v = 0;
-        if (is_directive(line) && sscanf(line, " $VERSION %d", &v) == 1) {
+        if (is_directive(line) && dbfile::scan_version(line, v)) {
             version = v;
             if (v > 2) {
                 printf("? Expected version number %d found %d.\n", 2, v);
@@ -441,7 +441,7 @@ void readGas(const char *file) {
         if (line[0] == '!' || line[0] == '\0')
             continue;
         int v = 0;
-        if (is_directive(line) && sscanf(line, " $VERSION %d", &v) == 1) {
+        if (is_directive(line) && dbfile::scan_version(line, v)) {
             version = v;
             if (v > 2) {
                 printf("? Expected version number %d found %d.\n", 2, v);

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "db/db.h"
+#include "db/file_lines.h"
 
 namespace {
 
@@ -117,6 +118,18 @@ void read_cash_bills(const char *word, const char *line, int line_number) {
     }
 }
 
+// " $PRICE %s %d" with both values; a fast key too large for its field
+// makes the line no $PRICE line, so that it is reported, not wrapped.
+bool price_line(const char *line, char *word, int &number) {
+    int after_word = 0;
+    int32_t key = 0;
+    if (sscanf(line, " $PRICE %201s%n", word, &after_word) != 1 ||
+        !dbfile::scan_int32(line + after_word, key))
+        return false;
+    number = key;
+    return true;
+}
+
 // One line of the file; `line` is the upper-case copy, `raw` the line as read.
 void read_price_line(const char *raw, const char *line, int line_number, price *&item) {
     char word[WORD_SIZE];
@@ -127,7 +140,7 @@ void read_price_line(const char *raw, const char *line, int line_number, price *
     if (*first == '$')
         item = nullptr; // costs belong directly under their $PRICE line
 
-    if (sscanf(line, " $VERSION %d ", &number) == 1) {
+    if (dbfile::scan_version(line, number)) {
         if (number == 1) {
             // The first version knew these grades without listing them.
             fc_gas_grade("100", true);
@@ -159,7 +172,7 @@ void read_price_line(const char *raw, const char *line, int line_number, price *
         read_cash_bills(word, line, line_number);
     } else if (sscanf(line, " $TUG %201s ", word) == 1) {
         fc_tug(word, true);
-    } else if (sscanf(line, " $PRICE %201s %d", word, &number) == 2) {
+    } else if (price_line(line, word, number)) {
         item = fc_item(word);
         item->fastkey = number;
         set_fast_key(item, number);

@@ -60,7 +60,7 @@ void do_r_abbrev() {
         line_number++;
         uc_string(line);
         int version;
-        if (sscanf(line, " $VERSION %d ", &version) == 1) {
+        if (dbfile::scan_version(line, version)) {
             if (version != 1)
                 printf("? Bad version number on line %d.\n", line_number);
             continue;
@@ -124,7 +124,7 @@ void do_r_balances() {
         line_number++;
         uc_string(line);
         int version;
-        if (sscanf(line, " $VERSION %d ", &version) == 1) {
+        if (dbfile::scan_version(line, version)) {
             if (version != 1)
                 printf("? Bad version number on line %d.\n", line_number);
             continue;
@@ -210,7 +210,10 @@ void readPaymentsFile(const char *name) {
         line_number++;
         char word[LINE_MAX_TEXT + 1];
         int number = 0;
-        int items = sscanf(line, " $%200s %d", word, &number);
+        int after_word = 0;
+        int items = sscanf(line, " $%200s%n", word, &after_word);
+        if (items == 1 && dbfile::scan_int_held(line + after_word, number))
+            items = 2;
         if (items >= 1) {
             payment_lines = false;
             if (items == 2)

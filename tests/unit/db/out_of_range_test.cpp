@@ -6,6 +6,13 @@
 
 namespace {
 
+int count(const std::string &text, const std::string &part) {
+    int n = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        n++;
+    return n;
+}
+
 class OutOfRangeTest : public DbTest {
   protected:
     void SetUp() override {
@@ -100,6 +107,38 @@ TEST_F(OutOfRangeTest, HistoryAndPaymentNumbersAreReportedNotWrapped) {
     EXPECT_EQ(c->payments->next->amount, INT32_MAX);
     EXPECT_EQ(c->payments->next->check, INT32_MIN);
     EXPECT_EQ(c->balance, 0);
+}
+
+TEST_F(OutOfRangeTest, VersionsAndFastKeysBeyondTheirFieldsAreReportedNotWrapped) {
+    // 4294967298 would be read as version 2, 4294967297 as fast key 1.
+    const char *huge = "4294967298";
+    write_file("VNKPRICE.DAT", std::string("$VERSION ") + huge +
+                                   "\n$PRICE\tASK21\t4294967297\n$PRICE\tDISCUS\t2\n");
+    write_file("VNKABBRV.DAT", std::string("$VERSION ") + huge + "\n");
+    write_file("VNKBAL.DAT", std::string("$VERSION ") + huge + "\n");
+    write_file("VNKFLGHT.HIS", std::string("$VERSION ") + huge + "\n");
+    write_file("VNKGAS.HIS", std::string("$VERSION ") + huge + "\n");
+    write_file("VNKPMNT.HIS", std::string("$VERSION ") + huge + "\n");
+    std::string out = output_of([] {
+        maybe_read();
+        do_r_flights(false);
+        do_r_gas(false);
+        do_r_payments(false);
+        do_r_balances();
+    });
+    EXPECT_EQ(count(out, "? Bad version number on line 1.\n"), 4) << out; // prices, abbrevs,
+                                                                          // balances, payments
+    EXPECT_EQ(count(out, "? Expected version number 2 found 2147483647.\n"), 2) << out;
+    EXPECT_TRUE(has(out, "? Illegal format line 2: $PRICE\tASK21\t4294967297\n")) << out;
+    EXPECT_EQ(db.nnumbers[0], nullptr);
+    ASSERT_NE(db.nnumbers[1], nullptr);
+    EXPECT_STREQ(db.nnumbers[1], "DISCUS");
+
+    write_file("VNKCUST.DAT", std::string("$VERSION ") + huge + "\nLEE\tAL\n");
+    db_reset();
+    db_init();
+    out = output_of([] { maybe_read(); });
+    EXPECT_TRUE(has(out, "? Customer file version 2147483647 expected version")) << out;
 }
 
 } // namespace
