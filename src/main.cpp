@@ -2,6 +2,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include <malloc.h>
+
 #include "shell/shell.h"
 
 static void usage() {
@@ -34,5 +36,10 @@ int main(int argc, char **argv) {
     // A file-size limit must make a write fail, which the writer reports
     // and survives, rather than kill the program half-way through a save.
     signal(SIGXFSZ, SIG_IGN);
+    // A bill run frees and rereads a month of history records, millions of
+    // small blocks. Freed into the fast bins they would all be merged in one
+    // long pass at the next large allocation; merged as they are freed the
+    // whole costs about a tenth less.
+    mallopt(M_MXFAST, 0);
     return do_main(program_version, program_name);
 }
