@@ -1,0 +1,158 @@
+// The longest values the editors accept must come back whole from the
+// files SAVE writes: each limit the editors enforce is checked here against
+// the real writers and readers, with every field at its limit at once. And
+// the fast-key table that flight entry offers follows a key moved by
+// CHANGE PRICE, which no transcript shows.
+#include <cstdint>
+#include <string>
+
+#include "db/db_fixture.h"
+#include "maint/maint.h"
+
+namespace {
+
+class EditLimitsTest : public DbTest {
+  protected:
+    static std::string reload() {
+        db_reset();
+        db_init();
+        return output_of([] { maybe_read(); });
+    }
+};
+
+TEST_F(EditLimitsTest, CustomerAtEveryLimitReadsBackWhole) {
+    write_file("VNKPRICE.DAT", "$VERSION 2\n");
+    write_file("VNKABBRV.DAT", "$VERSION 1\n");
+    write_file("VNKBAL.DAT", "$VERSION 1\n");
+    const std::string first(93, 'F');
+    const std::string last(CUSTOMER_NAMES_MAX - 93, 'L');
+    const std::string cat(CATEGORY_NAME_MAX, 'C');
+    const std::string prior(CATEGORY_NAME_MAX, 'P');
+    const std::string flag1(100, 'A'), flag2(DATA_LINE_MAX - 101, 'B');
+    const std::string line(DATA_LINE_MAX, 'x');
+    // Three phones, each followed by a tab, fill a line exactly.
+    // ("011" makes a number valid as typed.)
+    const std::string phones[3] = {"011 " + std::string(62, '1'), "011 " + std::string(62, '2'),
+                                   "011 " + std::string(61, '3')};
+
+    customer *c = fc_cust(last.c_str(), first.c_str(), true);
+    c->category = fc_category(cat.c_str());
+    c->priorCategory = fc_category(prior.c_str());
+    c->transitionDate = static_cast<int32_t>(i_convertDateToTime("12-31-2037"));
+    c->balance = INT32_MIN;
+    for (int i = 0; i < 3; i++) {
+        ASSERT_TRUE(phones_fit(c, i, phones[i].c_str()));
+        update_phone(c, phones[i].c_str(), i);
+    }
+    for (int i = 0; i < 4; i++)
+        update_address(c, line.c_str(), i);
+    replace_str(&c->info, line.c_str());
+    replace_str(&c->contestNumber, line.c_str());
+    replace_str(&c->spouse, line.c_str());
+    replace_str(&c->eMail, line.c_str());
+    fc_customer_flag(c, flag1.c_str(), true);
+    ASSERT_TRUE(flags_fit(c, flag2.c_str()));
+    fc_customer_flag(c, flag2.c_str(), true);
+    db.cust_changed = 1;
+    db.balances_changed = 1;
+    output_of([] {
+        do_w_custs();
+        do_w_balances();
+    });
+
+    std::string out = reload();
+    EXPECT_FALSE(has(out, "?")) << out;
+    c = fc_cust(last.c_str(), first.c_str(), false);
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(c->next, nullptr);
+    EXPECT_EQ(c->category, cat);
+    EXPECT_EQ(c->priorCategory, prior);
+    EXPECT_STREQ(i_convertTimeToString(c->transitionDate), "12-31-2037");
+    EXPECT_EQ(c->balance, INT32_MIN);
+    for (int i = 0; i < 3; i++)
+        EXPECT_EQ(c->phone[i], phones[i]);
+    for (const char *address : c->addr)
+        EXPECT_EQ(address, line);
+    EXPECT_EQ(c->info, line);
+    EXPECT_EQ(c->contestNumber, line);
+    EXPECT_EQ(c->spouse, line);
+    EXPECT_EQ(c->eMail, line);
+    ASSERT_NE(c->flags, nullptr);
+    EXPECT_EQ(c->flags->name, flag1);
+    ASSERT_NE(c->flags->next, nullptr);
+    EXPECT_EQ(c->flags->next->name, flag2);
+
+    // One character more is refused at the prompt.
+    output_of([&] {
+        EXPECT_FALSE(phones_fit(c, 2, (phones[2] + "3").c_str()));
+        EXPECT_FALSE(flags_fit(c, "Z"));
+        EXPECT_FALSE(field_ok("x", (line + "x").c_str(), DATA_LINE_MAX, FIELD_PLAIN));
+    });
+}
+
+TEST_F(EditLimitsTest, PricesSettingsAndAbbreviationsAtTheirLimitsReadBackWhole) {
+    write_file("VNKCUST.DAT", "$VERSION 6\n");
+    write_file("VNKBAL.DAT", "$VERSION 1\n");
+    const std::string item(ITEM_NAME_MAX, 'I'), cat(CATEGORY_NAME_MAX, 'C');
+    const std::string grade(GRADE_NAME_MAX, 'G');
+    const std::string server(EMAIL_WORD_MAX, 'S'), sender(EMAIL_WORD_MAX, 'E');
+    const std::string subject = "Your " + std::string(EMAIL_SUBJECT_MAX - 5, 's');
+    const std::string key(DATA_LINE_MAX - 3 - 1 - 20, 'K'), abbr_last(20, 'L');
+
+    price *p = fc_item(item.c_str());
+    p->fastkey = INT32_MIN;
+    set_price(p, cat.c_str(), INT32_MIN, 0);
+    fc_gas_grade(grade.c_str(), true);
+    replace_str(&db.emailServer, server.c_str());
+    replace_str(&db.emailSender, sender.c_str());
+    replace_str(&db.emailSubject, subject.c_str());
+    fc_abbrev(key.c_str(), abbr_last.c_str(), "F", true);
+    db.price_changed = 1;
+    db.abbrev_changed = 1;
+    output_of([] {
+        do_w_prices();
+        do_w_abbrev();
+    });
+
+    std::string out = reload();
+    EXPECT_FALSE(has(out, "?")) << out;
+    ASSERT_NE(db.price_list, nullptr);
+    EXPECT_EQ(db.price_list->name, item);
+    EXPECT_EQ(db.price_list->fastkey, INT32_MIN);
+    EXPECT_EQ(lookup_rate(item.c_str(), cat.c_str(), false), INT32_MIN);
+    EXPECT_NE(fc_gas_grade(grade.c_str(), false), nullptr);
+    EXPECT_EQ(db.emailServer, server);
+    EXPECT_EQ(db.emailSender, sender);
+    EXPECT_EQ(db.emailSubject, subject);
+    abbrev *a = fc_abbrev(key.c_str(), nullptr, nullptr, false);
+    ASSERT_NE(a, nullptr);
+    EXPECT_EQ(a->lastname, abbr_last);
+    EXPECT_STREQ(a->firstname, "F");
+}
+
+TEST_F(EditLimitsTest, FastKeyTableFollowsAMovedKey) {
+    write_file("VNKPRICE.DAT", "$VERSION 2\n$PRICE\tASK21\t1\n\tDEFAULT\t42.000\n"
+                               "$PRICE\tDISCUS\t3\n\tDEFAULT\t48.000\n"
+                               "$PRICE\tHOOKUP\t0\n\tDEFAULT\t22.000\n");
+    write_file("VNKCUST.DAT", "$VERSION 6\n");
+    write_file("VNKBAL.DAT", "$VERSION 1\n");
+    output_of([] { maybe_read(); });
+    ASSERT_STREQ(db.nnumbers[0], "ASK21");
+    ASSERT_STREQ(db.nnumbers[2], "DISCUS");
+
+    // ASK21 gives key 1 up for 12 (stored though out of range), HOOKUP
+    // takes it, DISCUS drops its key.
+    feed_input("ASK21\n12\n\n\nHOOKUP\n1\n\n\nDISCUS\n0\n\n\n");
+    std::string out = output_of([] {
+        add_price();
+        add_price();
+        add_price();
+    });
+    EXPECT_FALSE(has(out, "? ")) << out;
+    EXPECT_EQ(fc_item("ASK21")->fastkey, 12);
+    EXPECT_STREQ(db.nnumbers[0], "HOOKUP");
+    EXPECT_EQ(db.nnumbers[2], nullptr);
+    EXPECT_TRUE(db.price_changed);
+}
+
+} // namespace
