@@ -391,6 +391,11 @@ void do_r_gas(bool quicken);
 void maybe_read();
 void do_save();
 void do_write_database();
+// The name of a file the history rewrite depends on that could not be read
+// (or was never read), or nullptr: rewriting from what was read would lose
+// its records for good, so the rewrite refuses, and so does anything that
+// would lead to one.
+const char *unreadable_source();
 // Completes a history rewrite that a crash interrupted, and removes the
 // temporaries of killed runs; every loader calls it before reading.
 void finish_pending_rewrite();

@@ -256,8 +256,8 @@ Outcome rewrite_family(const Family &fam) {
     return Outcome::DONE;
 }
 
-// The name of a file the rewrite depends on that could not be read, or
-// nullptr: rewriting from what was read would lose its records for good.
+} // namespace
+
 const char *unreadable_source() {
     const char *sources[] = {db.customerfile,  db.gashistfile,  db.gashistqufile, db.payhistfile,
                              db.payhistqufile, db.daysheetfile, db.daysheetqufile};
@@ -268,8 +268,6 @@ const char *unreadable_source() {
     }
     return nullptr;
 }
-
-} // namespace
 
 void (*finish_pending_move_hook)() = nullptr;
 void note_file_read(const char *name, bool unreadable, int bad_lines) {

@@ -1,7 +1,0 @@
-// REMOVE is not written yet: it says so and returns.
-#include "conio/iosubs.h"
-#include "maint/maint.h"
-
-void do_remove() {
-    notyet("REMOVE");
-}

@@ -1,0 +1,133 @@
+// Removing a customer, an abbreviation or an item's prices keeps each list,
+// its tail and its lookup indexes in step: whatever is removed from the
+// head, the middle or the end, later lookups and insertions see the list
+// as it is, and nothing points at a freed record (the sanitizer build
+// checks the last part).
+#include <string>
+#include <vector>
+
+#include "db/db_fixture.h"
+#include "maint/remove.h"
+
+namespace {
+
+class RemoveListsTest : public DbTest {
+  protected:
+    void SetUp() override {
+        DbTest::SetUp();
+        write_file("VNKPRICE.DAT", "$VERSION 2\n$PRICE\tASK21\t1\n\tDEFAULT\t42.000\n"
+                                   "$PRICE\tDISCUS\t3\n\tDEFAULT\t48.000\n"
+                                   "$PRICE\tGROB\t3\n\tDEFAULT\t40.000\n");
+        write_file("VNKBAL.DAT", "$VERSION 1\n");
+        write_file("VNKABBRV.DAT", "$VERSION 1\nAB\tADAMS A\nCD\tCOOK C\nEF\tDUNN D\n");
+        std::string club = "$VERSION 6\n";
+        for (const char *name : {"ADAMS\tA", "BAKER\tB", "COOK\tC", "DUNN\tD"})
+            club += std::string(name) + "\nCREDIT\tDEFAULT\n-No Phones\n-No Info\n-No #\n"
+                                        "-No spouse name\n-No Flags\n-No eMail\n-No Address\n\n";
+        write_file("VNKCUST.DAT", club);
+    }
+
+    static std::string run(void (*removal)(), const std::string &input) {
+        feed_input(input);
+        return output_of(removal);
+    }
+
+    static std::vector<std::string> customers() {
+        std::vector<std::string> names;
+        for (customer *c = db.cust_list; c != nullptr; c = c->next)
+            names.push_back(std::string(c->lastname) + "," + c->firstname);
+        return names;
+    }
+
+    static std::vector<std::string> abbreviations() {
+        std::vector<std::string> names;
+        for (abbrev *a = db.abbrevs; a != nullptr; a = a->next)
+            names.push_back(a->name);
+        return names;
+    }
+
+    static std::string fast_key(int key) {
+        const char *name = db.nnumbers[key - 1];
+        return name ? name : "<none>";
+    }
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(RemoveListsTest, CustomersGoFromHeadMiddleAndTailAndTheListStaysUsable) {
+    for (const char *name : {"A ADAMS", "C COOK", "D DUNN"}) {
+        std::string out = run(rmv_cust, std::string(name) + "\nYES\n");
+        EXPECT_TRUE(has(out, "Do you want to remove this customer [NO]: ")) << out;
+        EXPECT_EQ(db.cust_changed, 1);
+    }
+    EXPECT_EQ(customers(), Names{"BAKER,B"});
+    ASSERT_NE(db.last_cust, nullptr);
+    EXPECT_STREQ(db.last_cust->lastname, "BAKER");
+    EXPECT_EQ(db.cust_index.size(), 1u);
+    EXPECT_EQ(db.cust_exact.size(), 1u);
+    EXPECT_EQ(fc_cust("DUNN", "D", false), nullptr);
+    EXPECT_EQ(lookup_account("COOK", false), nullptr);
+
+    // New customers land in order, after the tail as well as at the head.
+    fc_cust("EVANS", "E", true);
+    fc_cust("ADAMS", "A", true);
+    EXPECT_EQ(customers(), (Names{"ADAMS,A", "BAKER,B", "EVANS,E"}));
+    EXPECT_STREQ(db.last_cust->lastname, "EVANS");
+
+    // Answering NO, or "~", keeps every customer.
+    run(rmv_cust, "EVANS\nNO\n");
+    run(rmv_cust, "~\n");
+    EXPECT_EQ(customers().size(), 3u);
+}
+
+TEST_F(RemoveListsTest, AbbreviationsAndPricesGoWithTheirIndexEntriesAndFastKeys) {
+    std::string out = run(rmv_abbrev, "XY\nAB\n");
+    EXPECT_EQ(out, "Reading prices file: \"VNKPRICE.DAT\"\n"
+                   "Reading abbreviations file: \"VNKABBRV.DAT\"\n"
+                   "Reading customer file: \"VNKCUST.DAT\"\n"
+                   "Reading account balances file: \"VNKBAL.DAT\"\n"
+                   "Abbreviation to remove: ? No such abbreviation \"XY\". Type \"~\" to exit.\n"
+                   "Abbreviation to remove: Removing abbreviation \"AB\" lastname: \"ADAMS\" "
+                   "firstname: \"A\".\n");
+    run(rmv_abbrev, "EF\n");
+    EXPECT_EQ(abbreviations(), Names{"CD"});
+    EXPECT_EQ(db.abbrev_index.size(), 1u);
+    EXPECT_EQ(lookup_account("AB", true), nullptr);
+    fc_abbrev("ZZ", "DUNN", "D", true);
+    fc_abbrev("AA", "ADAMS", "A", true);
+    EXPECT_EQ(abbreviations(), (Names{"AA", "CD", "ZZ"}));
+
+    // Fast key 3 was read last for GROB; with GROB gone it is DISCUS's, as
+    // a fresh read of the written file would make it, then nobody's.
+    EXPECT_EQ(fast_key(3), "GROB");
+    run(rmv_prices, "GROB\n");
+    EXPECT_EQ(fast_key(3), "DISCUS");
+    run(rmv_prices, "DISCUS\n");
+    EXPECT_EQ(fast_key(3), "<none>");
+    out = run(rmv_prices, "DISC\nASK21\n");
+    EXPECT_TRUE(has(out, "? No such price \"DISC\". Type \"~\" to exit.\n")) << out;
+    EXPECT_TRUE(has(out, "Removing prices for \"ASK21\"\n")) << out;
+    EXPECT_EQ(fast_key(1), "<none>");
+    EXPECT_EQ(db.price_list, nullptr);
+    EXPECT_TRUE(db.price_index.empty());
+    EXPECT_EQ(db.price_changed, 1);
+    fc_item("HOOKUP");
+    ASSERT_NE(db.price_list, nullptr);
+    EXPECT_STREQ(db.price_list->name, "HOOKUP");
+}
+
+TEST_F(RemoveListsTest, ARecordMissingFromItsListIsReportedAndKept) {
+    maybe_read();
+    abbrev *cd = fc_abbrev("CD", nullptr, nullptr, false);
+    ASSERT_NE(cd, nullptr);
+    db.abbrevs->next = cd->next; // the list loses CD, the index keeps it
+    std::string out = run(rmv_abbrev, "CD\n");
+    EXPECT_TRUE(has(out, "? Data structure is bad, can not remove abbreviation.\n"
+                         "abbreviation should have been in list.\n"))
+        << out;
+    EXPECT_EQ(fc_abbrev("CD", nullptr, nullptr, false), cd);
+    EXPECT_EQ(db.abbrev_changed, 0);
+    db.abbrevs->next = cd; // back, so that it is freed with the rest
+}
+
+} // namespace

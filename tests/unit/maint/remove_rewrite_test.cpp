@@ -1,0 +1,238 @@
+// Removing a flight rewrites the history files at once. A failed file step
+// or a crash at any step of that rewrite leaves every history file whole:
+// the day sheet history as it was before its rename, the new one after,
+// never a fragment; the next start finds each record exactly once. And a
+// removal refuses to start from a file that could not be read.
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "db/db_fixture.h"
+#include "maint/remove.h"
+
+namespace {
+
+const char *const kHistories[] = {"VNKFLGHT.HIS", "VNKFLGQU.HIS", "VNKGAS.HIS",
+                                  "VNKGASQU.HIS", "VNKPMNT.HIS",  "VNKPMNTQ.HIS"};
+
+// Removes Smith's first flight and writes the files back.
+const char kRemoveInput[] = "YES\nSMITH\n1\n~\nYES\n";
+
+// The file step at which the new day sheet history is renamed into place.
+long flights_rename_step = 0;
+
+void note_flights_rename(FileStep step, const char *name) {
+    if (step == FileStep::RENAME && std::string(name) == "VNKFLGHT.TMP")
+        flights_rename_step = file_steps_taken() + 1;
+}
+
+class RemoveRewriteTest : public DbTest {
+  protected:
+    static void fresh_start() {
+        db_reset();
+        db_init();
+    }
+
+    // A small club whose history files are in the form a rewrite writes
+    // them, so that rewriting a family that lost nothing gives the same
+    // bytes: then every file but the day sheet history must stay as it was.
+    static void lay_out_club() {
+        for (const auto &e : std::filesystem::directory_iterator("."))
+            std::filesystem::remove_all(e.path());
+        write_file("VNKABBRV.DAT", "$VERSION 1\n");
+        write_file("VNKBAL.DAT", "$VERSION 1\nLEE\tAL\t-1200\n");
+        write_file("VNKPRICE.DAT", "$VERSION 2\n\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n");
+        const std::string record = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
+                                   "-No eMail\n1 Main St\n\n";
+        write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record +
+                                      "SMITH\tJOHN\nCREDIT\tFULL\n" + record);
+        write_file("VNKFLGQU.HIS",
+                   "$VERSION 2\n6-2-2005\t1\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t11:00\t11:20\n");
+        write_file(
+            "VNKFLGHT.HIS",
+            "$VERSION 2\n6-3-2005\t4\tSMITH,JOHN\tN9\tJ\tI\tAL\t\tTP\tPAWNEE\t3\t9:00\t9:45\n"
+            "6-3-2005\t5\tSMITH,JOHN\tN9\tJ\tO\t\t\tTP\tPAWNEE\t2\t10:00\t10:20\n");
+        write_file("VNKGASQU.HIS", "$VERSION 2\n$MISC\n6-1-2005\t1\t1\tSMITH,JOHN\tY\t1500\tTie\n");
+        write_file("VNKGAS.HIS",
+                   "$VERSION 2\n$GAS\n6-3-2005\t2\t1\tSMITH,JOHN\t3075\t100\t12.3\tN1\tJ\n");
+        write_file("VNKPMNTQ.HIS", "$VERSION 3\n$PAYMENTS\n6-1-2005\t1000\t55\tLEE,AL\tdues\n");
+        write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n6-4-2005\t2500\t101\tSMITH,JOHN\tx\n");
+        output_of([] {
+            fresh_start();
+            feed_input("YES\n");
+            do_write_database();
+        });
+        for (const auto &e : std::filesystem::directory_iterator(".")) {
+            std::string ext = e.path().extension().string();
+            if (ext == ".BAK" || ext == ".OLD")
+                std::filesystem::remove(e.path());
+        }
+    }
+
+    static std::map<std::string, std::string> histories() {
+        std::map<std::string, std::string> files;
+        for (const char *name : kHistories)
+            files[name] = read_file(name);
+        return files;
+    }
+
+    static void remove_first_flight() {
+        fresh_start();
+        feed_input(kRemoveInput);
+        rmv_flights();
+    }
+
+    // Every flight as the next start loads it, companion included.
+    static std::string flights_after_restart() {
+        fresh_start();
+        std::string load = output_of([] {
+            maybe_read();
+            do_r_flights(true);
+        });
+        std::string text;
+        for (customer *c = db.cust_list; c != nullptr; c = c->next)
+            for (flight *f = c->flights; f != nullptr; f = f->next)
+                text += output_of([f] {
+                    o_flight_struct(f, 0, false, true);
+                    o_newline(0);
+                });
+        if (has(load, "? "))
+            text += "load said: " + load;
+        return text;
+    }
+
+    // A temporary of the whole-file rewrite left behind is half a file,
+    // unless it is complete and named by the pending file of a rewrite
+    // that the next start finishes.
+    static std::string fragments() {
+        std::vector<std::string> pending;
+        read_pending_names("VNKDBOUT.PND", pending);
+        std::string found;
+        for (const auto &e : std::filesystem::directory_iterator(".")) {
+            std::string n = e.path().filename().string();
+            if (n.find(".tmp") != std::string::npos &&
+                std::find(pending.begin(), pending.end(), n) == pending.end())
+                found += n + " ";
+        }
+        return found;
+    }
+};
+
+TEST_F(RemoveRewriteTest, EveryFailedOrKilledStepLeavesOldOrNewFilesNeverAFragment) {
+    lay_out_club();
+    const auto before = histories();
+    const std::string flights_before = flights_after_restart();
+
+    file_fault_at(0, FileFault::NONE);
+    file_step_observer(note_flights_rename);
+    std::string clean = output_of(remove_first_flight);
+    file_step_observer(nullptr);
+    const long steps = file_steps_taken();
+    const auto after = histories();
+    const std::string flights_after = flights_after_restart();
+    ASSERT_TRUE(has(clean, "The old copy of VNKFLGHT.HIS is in VNKFLGHT.BAK")) << clean;
+    const long clean_rename_step = flights_rename_step;
+    ASSERT_GT(clean_rename_step, 0);
+    ASSERT_NE(after.at("VNKFLGHT.HIS"), before.at("VNKFLGHT.HIS"));
+    EXPECT_FALSE(has(after.at("VNKFLGHT.HIS"), "6-3-2005\t4\tSMITH,JOHN"));
+    for (const char *name : kHistories) {
+        if (std::string(name) != "VNKFLGHT.HIS")
+            EXPECT_EQ(after.at(name), before.at(name)) << name;
+    }
+    EXPECT_FALSE(has(flights_after, "load said")) << flights_after;
+    ASSERT_LT(steps, kFileFaultExitStatus);
+
+    // A failed step stops the rewrite, or only skips a family whose
+    // temporary file could not be written; a crash ends it there.
+    for (FileFault fault : {FileFault::FAIL, FileFault::EXIT}) {
+        for (long n = 1; n <= steps; n++) {
+            lay_out_club();
+            std::string out;
+            bool renamed = false;
+            if (fault == FileFault::FAIL) {
+                flights_rename_step = 0;
+                out = output_of([n] {
+                    fresh_start();
+                    feed_input(kRemoveInput);
+                    file_fault_at(n, FileFault::FAIL);
+                    file_step_observer(note_flights_rename);
+                    rmv_flights();
+                    file_step_observer(nullptr);
+                });
+                file_fault_at(0, FileFault::NONE);
+                renamed = flights_rename_step != 0 && flights_rename_step != n;
+            } else {
+                ASSERT_EQ(exit_status_of([n] {
+                              fresh_start();
+                              feed_input(kRemoveInput);
+                              file_fault_at(n, FileFault::EXIT);
+                              rmv_flights();
+                          }),
+                          kFileFaultExitStatus);
+                renamed = n > clean_rename_step;
+            }
+            SCOPED_TRACE(std::string(fault == FileFault::FAIL ? "failed" : "killed at") +
+                         " file step " + std::to_string(n) + "\n" + out);
+            // Until the new day sheet history is renamed into place, every
+            // history file holds exactly what it held before.
+            EXPECT_EQ(histories(), renamed ? after : before);
+            if (fault == FileFault::FAIL) {
+                EXPECT_EQ(fragments(), "");
+            }
+
+            // The next start finishes or forgets the rewrite as a whole.
+            std::string flights = flights_after_restart();
+            if (fault == FileFault::FAIL) {
+                EXPECT_EQ(flights, renamed ? flights_after : flights_before);
+            } else {
+                EXPECT_TRUE(flights == flights_before || flights == flights_after) << flights;
+            }
+            EXPECT_EQ(histories(), flights == flights_after ? after : before);
+            EXPECT_EQ(fragments(), "");
+            EXPECT_FALSE(std::filesystem::exists("VNKDBOUT.PND"));
+        }
+    }
+}
+
+TEST_F(RemoveRewriteTest, RefusesToRemoveWhenAFileCouldNotBeRead) {
+    // A history file that opens but cannot be read: its records are not
+    // in memory, so neither a transaction nor a customer may go.
+    for (const char *broken : {"VNKPMNT.HIS", "VNKFLGQU.HIS", "VNKCUST.DAT"}) {
+        lay_out_club();
+        std::filesystem::remove(broken);
+        if (std::string(broken) != "VNKCUST.DAT")
+            std::filesystem::create_directory(broken);
+        const auto before = histories();
+        std::string out = output_of([] {
+            remove_first_flight();
+            feed_input("LEE\nYES\n");
+            rmv_cust();
+        });
+        std::string refusal = std::string("? \"") + broken +
+                              "\" could not be read; nothing was "
+                              "removed.\n";
+        size_t first = out.find(refusal);
+        ASSERT_NE(first, std::string::npos) << out;
+        EXPECT_NE(out.find(refusal, first + 1), std::string::npos) << out;
+        EXPECT_FALSE(has(out, "Remove flight from customer")) << out;
+        EXPECT_FALSE(has(out, "Customer to remove")) << out;
+        EXPECT_EQ(histories(), before) << broken;
+    }
+
+    // Balances decide whether a customer may go: unreadable, every balance
+    // would look settled. A club without a balances file has none owing.
+    lay_out_club();
+    std::filesystem::remove("VNKBAL.DAT");
+    std::filesystem::create_directory("VNKBAL.DAT");
+    std::string out = output_of([] {
+        fresh_start();
+        feed_input("LEE\nYES\n");
+        rmv_cust();
+    });
+    EXPECT_TRUE(has(out, "? \"VNKBAL.DAT\" could not be read; nothing was removed.\n")) << out;
+    EXPECT_NE(fc_cust("LEE", "AL", false), nullptr);
+}
+
+} // namespace
