@@ -92,10 +92,13 @@ void do_times() {
     if (!ask_range(&start, &end))
         return;
     maybe_read();
+    // The period's flights include those already exported to the accounting
+    // package, which live in the companion files: the summaries cover the
+    // whole period, and a bill run after them finds everything loaded.
     free_flights();
-    do_r_flights(false);
+    do_r_flights(true);
     free_gas();
-    do_r_gas(false);
+    do_r_gas(true);
 
     FILE *out = open_o_file(db.timesfile, kPurpose);
     if (out == nullptr) {
