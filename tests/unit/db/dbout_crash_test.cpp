@@ -121,6 +121,7 @@ TEST_F(DboutCrashTest, EveryKillPointLeavesEachRecordOnceAfterTheNextStart) {
     EXPECT_FALSE(has(expected, "load said")) << expected;
     ASSERT_GT(steps, 40);
     ASSERT_LT(steps, kFileFaultExitStatus); // exit status cannot be confused
+    RecordProperty("kill_points", steps);
 
     for (int n = 1; n <= steps; n++) {
         lay_out_club();
@@ -169,6 +170,8 @@ TEST_F(DboutCrashTest, EveryFailedStepStopsWithAMessageAndLosesNothing) {
     }
     // Every step but the clean-up of the pending file can fail visibly.
     EXPECT_GE(stopped, (int)steps - 3);
+    RecordProperty("failed_steps", (int)steps);
+    RecordProperty("failed_steps_reported", stopped);
 
     // A failed rename of the old main file leaves the family as it was.
     lay_out_club();

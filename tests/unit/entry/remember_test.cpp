@@ -162,6 +162,7 @@ TEST_P(RememberTest, AFailureOrCrashAtAnyStepOfRememberLosesNothing) {
     long all_steps = steps_of(run_dialogue(d, d.input, [] {}));
     ASSERT_GT(typed_steps, 0);
     ASSERT_GT(all_steps, typed_steps) << "Remember takes no file steps";
+    RecordProperty("remember_steps", (int)(all_steps - typed_steps));
 
     for (long step = typed_steps + 1; step <= all_steps; step++) {
         for (FileFault fault : {FileFault::FAIL, FileFault::EXIT}) {
