@@ -16,6 +16,8 @@ void (*modify_customer_hook)(customer *c) = nullptr;
 
 namespace {
 
+enum { ACCOUNT_NAMES_MAX = 200 - 2 - 11 };
+
 int compare_names(const char *last_a, const char *first_a, const char *last_b,
                   const char *first_b) {
     int r = strcmp(last_a, last_b);
@@ -310,6 +312,14 @@ char *get_account(const char *prompt, const char *def, bool allow_add, customer 
         parse_name(line, parsed_last, parsed_first);
         char *firstname = get_name("Full first name", parsed_first.c_str(), true);
         char *lastname = get_name("Full last name", parsed_last.c_str(), false);
+        // Both names share one line of the balances file with two tabs and
+        // the balance; a longer pair would be split there at the next load.
+        while (strlen(firstname) + strlen(lastname) > ACCOUNT_NAMES_MAX) {
+            printf("? The first and last names together can be at most %d characters long.\n",
+                   ACCOUNT_NAMES_MAX);
+            errfree(lastname);
+            lastname = get_name("Full last name", "", false);
+        }
         c = fc_cust(lastname, firstname, false);
         if (c) {
             *how_out = ACCOUNT_FOUND;

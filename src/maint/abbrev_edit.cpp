@@ -65,8 +65,9 @@ abbrev *modify_abbrev(const char *name) {
 }
 
 void add_abbrev(bool adding) {
+    // "$VERSION" followed by a number would be read as the version line.
     char *name =
-        get_checked_word("Abbreviation", "", "An abbreviation", DATA_LINE_MAX - 3, FIELD_PLAIN);
+        get_checked_word("Abbreviation", "", "An abbreviation", DATA_LINE_MAX - 3, FIELD_NO_DOLLAR);
     if (name[0] == '\0' || strcmp(name, "~") == 0) {
         errfree(name);
         return;
