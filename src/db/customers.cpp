@@ -332,8 +332,6 @@ char *get_account(const char *prompt, const char *def, bool allow_add, customer 
         *customer_out = c;
         if (modify_customer_hook)
             modify_customer_hook(c);
-        else
-            notyet("MODIFY-CUSTOMER");
         db.cust_changed = 1;
         w_mbr(c, false, stdout);
         return line;

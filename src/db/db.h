@@ -290,7 +290,8 @@ int set_invoice_number(int32_t *out, const char *text);
 
 // The customer editor belongs to maintenance, above this layer; the shell
 // installs it at start-up so that the account prompt can open a customer it
-// has just added. Until then the prompt says the editor is not there.
+// has just added. Without it (the lower layers' tests) the customer is
+// created without the questions.
 extern void (*modify_customer_hook)(customer *c);
 
 // ---- Data model and in-memory lists ----------------------------------------
