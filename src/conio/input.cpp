@@ -3,8 +3,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "conio/iosubs.h"
+#include "conio/line_editor.h"
 #include "conio/output_state.h"
 
 namespace {
@@ -36,6 +38,9 @@ struct InputState {
     LogFile logFile = {nullptr, nullptr};
     void (*endOfInput)() = default_end_of_input;
     bool inEndOfInput = false;
+    // At a terminal the editor shows the prompt itself, so that it can
+    // redraw the line behind it; getuser leaves it here for the next read.
+    std::string editorPrompt;
 };
 InputState in;
 
@@ -81,6 +86,17 @@ void close_log_quietly() {
     in.logFile.name = (char *)errfree(in.logFile.name);
 }
 
+ConsoleRead read_console(char *line) {
+    if (line_editor_active()) {
+        std::string prompt;
+        prompt.swap(in.editorPrompt);
+        return line_editor_read(prompt.c_str(), line, kReadBuffer);
+    }
+    if (read_physical_line(stdin, line, kReadBuffer))
+        return ConsoleRead::LINE;
+    return feof(stdin) ? ConsoleRead::END : ConsoleRead::FAILED;
+}
+
 // Fetches the raw text of the next logical line into line (kReadBuffer
 // bytes). Returns false when nothing could be had; the line is then empty.
 bool next_raw_line(char *line) {
@@ -97,10 +113,11 @@ bool next_raw_line(char *line) {
             pop_indirect();
             continue;
         }
-        if (read_physical_line(stdin, line, kReadBuffer))
+        ConsoleRead got = read_console(line);
+        if (got == ConsoleRead::LINE)
             return true;
         // A closed console would otherwise make every prompt loop forever.
-        if (!feof(stdin))
+        if (got == ConsoleRead::FAILED)
             log_error("? Could not get line from user\n");
         line[0] = '\0';
         // The handler may itself ask questions (saving on the way out); those
@@ -164,11 +181,18 @@ char *getuser(const char *prompt, const char *def, bool upperCase) {
     if (prompt == nullptr)
         prompt = "";
     if (in.restOfLastLine == nullptr) {
-        if (def[0] != '\0')
-            printf("%s [%s]: ", prompt, def);
-        else
-            printf("%s: ", prompt);
-        fflush(stdout);
+        if (in.nextIndirectFile == 0 && line_editor_active()) {
+            in.editorPrompt = prompt;
+            if (def[0] != '\0')
+                in.editorPrompt.append(" [").append(def).append("]");
+            in.editorPrompt += ": ";
+        } else {
+            if (def[0] != '\0')
+                printf("%s [%s]: ", prompt, def);
+            else
+                printf("%s: ", prompt);
+            fflush(stdout);
+        }
     }
     char buffer[kMaxLine + 4];
     char *line = getLineFromLogicalUser(buffer, kMaxLine, def);
@@ -259,6 +283,7 @@ void conio_reset() {
     i_ignoreRestOfLine(true);
     closeAllIndirectFiles();
     close_log_quietly();
+    in.editorPrompt.clear();
     output_reset();
     file_fault_at(0, FileFault::NONE);
 }

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "conio/completion.h"
 #include "conio/iosubs.h"
 #include "conio/parse_internal.h"
 
@@ -75,6 +76,7 @@ char *get_line(const char *prompt, const char *def, bool upperCase, bool allowTi
 }
 
 int get_list(const char *prompt, const char *def, const char *const *table, bool allowTilde) {
+    CompletionScope offer(complete_from_table, CompletionSpan::WORD, table);
     for (;;) {
         char *word = get_commandWord(prompt, def, true);
         if (is(word, "~")) {
@@ -383,6 +385,7 @@ char *get_filename(const char *prompt, const char *def) {
     char *shown = (char *)errmalloc(shown_size);
     snprintf(shown, shown_size, "%s [%s.%s]", or_empty(prompt), def_base, def_ext);
 
+    CompletionScope offer(complete_file_names, CompletionSpan::WORD);
     char *result = nullptr;
     while (result == nullptr) {
         // A plain word read: the "?" and "~" answers are this routine's own.

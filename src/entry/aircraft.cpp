@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "conio/iosubs.h"
+#include "db/completion.h"
 #include "db/db.h"
 #include "entry/aircraft.h"
 
@@ -21,6 +22,7 @@ char *ask_aircraft(const char *previous) {
     for (int key = 1; key <= FAST_KEYS; key++)
         if (db.nnumbers[key - 1] != nullptr)
             printf("\t%d\t%s\n", key, db.nnumbers[key - 1]);
+    CompletionScope offer(complete_items, CompletionSpan::WORD);
     char *answer = get_word("Aircraft flown", previous, true);
     int key = 0;
     if (whole_number(answer, key) && key >= 1 && key <= FAST_KEYS &&
@@ -36,6 +38,7 @@ towplane *ask_towplane(const towplane *previous) {
         if (db.tugList[slot - 1].tugname[0] != '\0')
             printf("\t%d\t%s\n", slot, db.tugList[slot - 1].tugname);
     const char *def = previous != nullptr ? previous->tugname : db.tugList[0].tugname;
+    CompletionScope offer(complete_towplanes, CompletionSpan::WORD);
     for (;;) {
         char *answer = get_word("Towplane", def, true);
         towplane *chosen = nullptr;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "billing/billing.h"
+#include "conio/completion.h"
 #include "conio/iosubs.h"
 #include "db/db.h"
 #include "entry/entry.h"
@@ -101,6 +102,14 @@ bool do_command_table(const char *typed) {
     return false;
 }
 
+// Tab at the command prompt: the words the command table would take now.
+static void complete_command_words(const void *, const std::string &,
+                                   std::vector<std::string> &candidates) {
+    for (const command *row = commands; row->name != nullptr; row++)
+        if (row->name[0] != '\0' && strcmp(row->name, "?") != 0 && !hidden(*row))
+            candidates.emplace_back(row->name);
+}
+
 void do_null() {}
 
 void do_question() {
@@ -189,7 +198,11 @@ int do_main(const char *version, const char *prompt) {
     printf("%s\n\n", version);
     printf("Date set to: %s\n", i_convertTimeToString(db.curDate));
     while (!shell.exit_flag) {
-        char *word = get_commandWord(prompt, "", true);
+        char *word;
+        {
+            CompletionScope offer(complete_command_words, CompletionSpan::WORD);
+            word = get_commandWord(prompt, "", true);
+        }
         do_command_table(word);
         errfree(word);
     }

@@ -1,0 +1,283 @@
+#!/usr/bin/env python3
+"""The program at a terminal, as a treasurer uses it.
+
+Usage: tests/terminal/session.py --program PATH --demo DIR
+
+Runs the program inside tmux (a real pseudo-terminal) on a copy of the demo
+club, types keys and reads the screen: Tab completes a command word, a
+menu keyword, a yes/no answer and a customer's name; expert-only words are
+offered only in expert mode; Ctrl-C drops the line being typed; Up recalls
+the previous answer; Ctrl-D ends the run with the files saved and status 0;
+the answers are kept in .varnok_history for the next run. Then the same
+answers are piped in without a terminal, and the output must be exactly
+what the program printed before it had a line editor (piped.expected), and
+the club's files must end up the same as after the terminal session.
+"""
+import argparse
+import filecmp
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+CLOCK = "2005-06-07 12:00:00"
+WAIT = 15  # seconds for the screen to show what is expected
+HERE = os.path.dirname(os.path.abspath(__file__))
+
+# The answers of the terminal session as they are finally entered.
+ANSWERS = ["ENTER", "PAYMENTS", "", "", "KAREN ANDERSON", "100", "25", "dues", "YES", "0", "y",
+           "expert", "expert"]
+
+
+class Failure(Exception):
+    pass
+
+
+class Terminal:
+    """One tmux server of its own, with one 100x50 window."""
+
+    def __init__(self, scratch, env):
+        self.socket = os.path.join(scratch, "tmux.sock")
+        self.env = env
+
+    def tmux(self, *args):
+        result = subprocess.run(["tmux", "-S", self.socket, "-f", "/dev/null"] + list(args),
+                                env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                timeout=30)
+        if result.returncode != 0:
+            raise Failure("tmux %s: %s" % (" ".join(args), result.stderr.decode()))
+        return result.stdout.decode("utf-8", "replace")
+
+    def start(self, command, folder):
+        # The window stays after the program ends, so its status can be read.
+        self.tmux("new-session", "-d", "-s", "club", "-x", "100", "-y", "50", "-c", folder,
+                  command, ";", "set-option", "-w", "remain-on-exit", "on")
+
+    def keys(self, *keys):
+        self.tmux("send-keys", "-t", "club", *keys)
+
+    def type(self, text):
+        self.tmux("send-keys", "-t", "club", "-l", text)
+
+    def screen(self):
+        lines = self.tmux("capture-pane", "-p", "-t", "club", "-S", "-500").split("\n")
+        lines = [l.rstrip() for l in lines]
+        while lines and not lines[-1]:
+            lines.pop()
+        return lines
+
+    def wait(self, what, check):
+        deadline = time.time() + WAIT
+        while True:
+            lines = self.screen()
+            if check(lines):
+                return lines
+            if time.time() > deadline:
+                raise Failure("waited for %s; the screen shows:\n%s" % (what, "\n".join(lines)))
+            time.sleep(0.05)
+
+    def wait_line(self, text):
+        """Waits until the line the cursor is on reads `text`."""
+        return self.wait(repr(text), lambda lines: bool(lines) and lines[-1] == text.rstrip())
+
+    def exit_status(self):
+        deadline = time.time() + WAIT
+        while True:
+            dead = self.tmux("display-message", "-p", "-t", "club",
+                             "#{pane_dead} #{pane_dead_status}").split()
+            if dead and dead[0] == "1":
+                return int(dead[1]) if len(dead) > 1 else -1
+            if time.time() > deadline:
+                raise Failure("the program did not end; the screen shows:\n%s"
+                              % "\n".join(self.screen()))
+            time.sleep(0.05)
+
+    def stop(self):
+        subprocess.run(["tmux", "-S", self.socket, "kill-server"], env=self.env,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+
+def first_session(term, command, club):
+    term.start(command, club)
+    term.wait_line("VARNOK:")
+
+    # A command word, then a keyword of ENTER's menu.
+    term.type("ent")
+    term.keys("Tab")
+    term.wait_line("VARNOK: ENTER")
+    term.keys("Enter")
+    term.wait_line("Choose what to enter [GAS-SALES]:")
+    term.type("pay")
+    term.keys("Tab")
+    term.wait_line("Choose what to enter [GAS-SALES]: PAYMENTS")
+    term.keys("Enter")
+    term.wait_line("Next payment number (0 if done) [1]:")
+    term.keys("Enter")
+    term.wait_line("Payment date (mm-dd) or (dd) [6-7-2005]:")
+    term.keys("Enter")
+
+    # A customer's name at the account prompt, blank and all.
+    term.wait_line("Account (First Last):")
+    term.type("kar")
+    term.keys("Tab")
+    term.wait_line("Account (First Last): KAREN ANDERSON")
+    term.keys("Enter")
+
+    # Ctrl-C drops what was typed and asks the same question again.
+    check = "Check number (0 if payment not made by check) [-1]:"
+    term.wait_line(check)
+    term.type("12")
+    term.keys("C-c")
+    lines = term.wait_line(check)
+    if lines[-2] != check + " 12^C":
+        raise Failure("Ctrl-C should leave the dropped line marked, got %r" % lines[-2])
+    term.type("100")
+    term.keys("Enter")
+    term.wait_line("Amount of payment [0.00]:")
+    term.type("25")
+    term.keys("Enter")
+    term.wait_line("Note describing this payment:")
+    term.type("dues")
+    term.keys("Enter")
+    term.wait_line("Is this line right? [YES]:")
+    term.type("y")
+    term.keys("Tab")
+    term.wait_line("Is this line right? [YES]: YES")
+    term.keys("Enter")
+    term.wait_line("Next payment number (0 if done) [2]:")
+    term.type("0")
+    term.keys("Enter")
+    term.wait_line("Remember these payments in the permanent payments file [YES]:")
+    term.type("y")
+    term.keys("Enter")
+
+    # Expert words are not offered until expert mode: Tab adds nothing.
+    term.wait_line("VARNOK:")
+    term.type("db")
+    term.keys("Tab")
+    term.type("x")
+    term.wait_line("VARNOK: dbx")
+    term.keys("C-c")
+    term.wait(
+        "the dropped line and a fresh prompt",
+        lambda lines: lines[-2:] == ["VARNOK: dbx^C", "VARNOK:"])
+
+    # Up brings the previous answer back; Enter gives it again.
+    term.type("expert")
+    term.keys("Enter")
+    term.wait_line("VARNOK:")
+    term.keys("Up")
+    term.wait_line("VARNOK: expert")
+    term.keys("Enter")
+    lines = term.wait("the second EXPERT",
+                      lambda lines: lines.count("Expert commands permitted.") == 2 and
+                      lines[-1] == "VARNOK:")
+    term.type("db")
+    term.keys("Tab")
+    term.wait_line("VARNOK: DBOUT")
+    term.keys("C-c")
+    term.wait("DBOUT dropped", lambda lines: lines[-2:] == ["VARNOK: DBOUT ^C", "VARNOK:"])
+
+    # Ctrl-D on the empty line: saved and ended as by EXIT.
+    term.keys("C-d")
+    status = term.exit_status()
+    lines = term.screen()
+    if status != 0:
+        raise Failure("Ctrl-D ended the program with status %d:\n%s" % (status, "\n".join(lines)))
+    if "Balances file is up to date." not in lines:
+        raise Failure("Ctrl-D did not save on the way out:\n%s" % "\n".join(lines))
+    dropped = lines.index("VARNOK: DBOUT ^C")
+    if lines[dropped + 1] != "VARNOK: ^D" or any("unrecognized" in l for l in lines):
+        raise Failure("a dropped line was acted on:\n%s" % "\n".join(lines))
+
+
+def second_session(term, command, club):
+    """The next run in the same folder starts with the earlier answers."""
+    term.start(command, club)
+    term.wait_line("VARNOK:")
+    term.keys("Up")
+    term.wait_line("VARNOK: expert")
+    term.keys("C-c")
+    term.wait_line("VARNOK:")
+    term.type("exi")
+    term.keys("Tab")
+    term.wait_line("VARNOK: EXIT")
+    term.keys("Enter")
+    status = term.exit_status()
+    if status != 0:
+        raise Failure("EXIT ended the program with status %d" % status)
+
+
+def check_history(club):
+    with open(os.path.join(club, ".varnok_history")) as f:
+        kept = f.read().split("\n")
+    # Blank answers and dropped lines are not kept, nor an answer that
+    # repeats the one before it.
+    wanted = ["ENTER", "PAYMENTS", "KAREN ANDERSON", "100", "25", "dues", "YES", "0", "y",
+              "expert", ""]
+    if kept != wanted:
+        raise Failure("history file holds %r, expected %r" % (kept, wanted))
+
+
+def piped_run(program, demo, scratch, env):
+    club = os.path.join(scratch, "piped")
+    shutil.copytree(demo, club)
+    answers = "".join(a + "\n" for a in ANSWERS).encode()
+    result = subprocess.run(["faketime", "-f", CLOCK, program], input=answers, cwd=club, env=env,
+                            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
+    with open(os.path.join(HERE, "piped.expected"), "rb") as f:
+        expected = f.read()
+    if result.returncode != 0 or result.stdout != expected:
+        raise Failure("piped input no longer reads as before (status %d):\n%s"
+                      % (result.returncode, result.stdout.decode("utf-8", "replace")))
+    if os.path.exists(os.path.join(club, ".varnok_history")):
+        raise Failure("piped input wrote a history file")
+    return club
+
+
+def same_files(terminal_club, piped_club):
+    names = sorted(n for n in os.listdir(piped_club))
+    kept = sorted(n for n in os.listdir(terminal_club) if n != ".varnok_history")
+    if names != kept:
+        raise Failure("the terminal left files %s, the pipe %s" % (kept, names))
+    _, differ, errors = filecmp.cmpfiles(terminal_club, piped_club, names, shallow=False)
+    if differ or errors:
+        raise Failure("the terminal session and the pipe left different %s" % (differ + errors))
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--program", required=True)
+    parser.add_argument("--demo", required=True)
+    args = parser.parse_args()
+    program = os.path.abspath(args.program)
+
+    # A short folder: tmux's socket path must stay short.
+    scratch = tempfile.mkdtemp(prefix="vt", dir="/tmp")
+    env = dict(os.environ)
+    env.update({"TZ": "UTC", "LC_ALL": "C", "DONT_FAKE_MONOTONIC": "1", "HOME": scratch})
+    env.pop("TMUX", None)
+    term = Terminal(scratch, env)
+    command = "faketime -f '%s' '%s'" % (CLOCK, program)
+    try:
+        club = os.path.join(scratch, "club")
+        shutil.copytree(args.demo, club)
+        first_session(term, command, club)
+        term.stop()
+        check_history(club)
+        same_files(club, piped_run(program, args.demo, scratch, env))
+        second_session(term, command, club)
+    except Failure as failure:
+        print("FAIL: %s" % failure)
+        return 1
+    finally:
+        term.stop()
+        shutil.rmtree(scratch, ignore_errors=True)
+    print("terminal session: all checks passed")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
