@@ -10,6 +10,7 @@
 #include <iterator>
 #include <string>
 
+#include "db/completion.h"
 #include "db/db.h"
 
 void (*modify_customer_hook)(customer *c) = nullptr;
@@ -271,6 +272,7 @@ char *get_account(const char *prompt, const char *def, bool allow_add, customer 
         customer_out = &ignored_customer;
     if (!how_out)
         how_out = &ignored_how;
+    CompletionScope offer(complete_accounts, CompletionSpan::LINE);
     for (;;) {
         char *line = getuser(prompt, def, true);
         if (strcmp(line, "~") == 0) {
