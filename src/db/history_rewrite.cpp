@@ -26,6 +26,9 @@ const char kEmptyCompanion[] = "!Start of billing cycle\n";
 // The files of one family as a rewrite uses them.
 struct FamilyFiles {
     std::string main, temp, backup, companion, fresh_companion, companion_backup;
+    // Which file the new main file is (see file_identity); empty in a
+    // pending file of an earlier version, which is then trusted.
+    std::string temp_identity;
 };
 
 bool exists(const std::string &name) {
@@ -33,40 +36,73 @@ bool exists(const std::string &name) {
     return stat(name.c_str(), &st) == 0;
 }
 
+// The temporary file's name is also the one every entry dialogue writes:
+// when finishing a rewrite failed at first, an entry run may have put its
+// own few lines there before the next try. The file itself, not its name,
+// tells the rewrite's new main file from such a one; a rename keeps it.
+std::string file_identity(const std::string &name) {
+    struct stat st;
+    if (stat(name.c_str(), &st) != 0)
+        return "";
+    return std::to_string((unsigned long long)st.st_dev) + ":" +
+           std::to_string((unsigned long long)st.st_ino) + ":" +
+           std::to_string((long long)st.st_size) + ":" +
+           std::to_string((long long)st.st_mtim.tv_sec) + "." +
+           std::to_string((long)st.st_mtim.tv_nsec);
+}
+
+bool is_new_main_file(const FamilyFiles &f, const std::string &name) {
+    return exists(name) && (f.temp_identity.empty() || file_identity(name) == f.temp_identity);
+}
+
+enum class Roll { DONE, FAILED, ABANDONED };
+
 // The roll-forward: each step looks at what is on disk, so that running it
 // again after a crash at any point of an earlier run ends in the same place.
 // The temporary file exists until the main file has been replaced, and the
 // fresh companion until the companion has.
-bool finish_renames(const FamilyFiles &f, bool &main_backed_up) {
+// A new main file that was replaced before it reached its place cannot be
+// put there: the rewrite is then given up whole (ABANDONED), the fresh
+// companion dropped, and the old main file and companion stay as they were.
+Roll finish_renames(const FamilyFiles &f, bool &main_backed_up) {
     main_backed_up = false;
-    if (exists(f.temp)) {
+    if (is_new_main_file(f, f.temp)) {
         if (exists(f.main)) {
             if (!safe_backup(f.main.c_str(), f.backup.c_str()))
-                return false;
+                return Roll::FAILED;
             main_backed_up = true;
         }
         if (exists(f.companion) && !safe_backup(f.companion.c_str(), f.companion_backup.c_str()))
-            return false;
+            return Roll::FAILED;
         if (!safe_rename(f.temp.c_str(), f.main.c_str()))
-            return false;
+            return Roll::FAILED;
+    } else if (!is_new_main_file(f, f.main)) {
+        return safe_unlink(f.fresh_companion.c_str()) ? Roll::ABANDONED : Roll::FAILED;
     }
     if (exists(f.fresh_companion)) {
         if (!safe_rename(f.fresh_companion.c_str(), f.companion.c_str()))
-            return false;
+            return Roll::FAILED;
     }
-    return true;
+    return Roll::DONE;
 }
 
 bool write_pending(const FamilyFiles &f) {
-    return write_pending_names(kPendingFile, {f.main, f.temp, f.backup, f.companion,
-                                              f.fresh_companion, f.companion_backup});
+    return write_pending_names(kPendingFile,
+                               {f.main, f.temp, f.backup, f.companion, f.fresh_companion,
+                                f.companion_backup, f.temp_identity});
 }
 
 bool read_pending(FamilyFiles &f) {
     std::vector<std::string> names;
-    if (!read_pending_names(kPendingFile, names) || names.size() != 6)
+    if (!read_pending_names(kPendingFile, names) || names.size() < 6 || names.size() > 7)
         return false;
-    f = FamilyFiles{names[0], names[1], names[2], names[3], names[4], names[5]};
+    f = FamilyFiles{names[0],
+                    names[1],
+                    names[2],
+                    names[3],
+                    names[4],
+                    names[5],
+                    names.size() == 7 ? names[6] : ""};
     return true;
 }
 
@@ -222,7 +258,13 @@ Outcome rewrite_family(const Family &fam) {
         return Outcome::STOPPED;
     if (!write_temporary(fam.temp, fam.kind, fam.body))
         return Outcome::SKIPPED;
-    FamilyFiles f{fam.main, fam.temp, fam.backup, fam.companion, "", fam.companion_backup};
+    FamilyFiles f{fam.main,
+                  fam.temp,
+                  fam.backup,
+                  fam.companion,
+                  "",
+                  fam.companion_backup,
+                  file_identity(fam.temp)};
     if (!prepare_companion(fam.companion, f.fresh_companion))
         return Outcome::STOPPED;
     if (!write_pending(f)) {
@@ -231,7 +273,7 @@ Outcome rewrite_family(const Family &fam) {
         return Outcome::STOPPED;
     }
     bool backed_up = false;
-    if (!finish_renames(f, backed_up)) {
+    if (finish_renames(f, backed_up) != Roll::DONE) {
         // A failed step changed nothing that matters: either no rename
         // happened, or the main file was replaced and the companion was
         // not, which the pending file lets the next start complete.
@@ -241,8 +283,11 @@ Outcome rewrite_family(const Family &fam) {
                    fam.main);
             return Outcome::STOPPED;
         }
-        safe_unlink(f.fresh_companion.c_str());
+        // The pending file goes first: a start that found it without the
+        // fresh companion would put the new main file in place beside the
+        // old companion, whose records would then count twice.
         safe_unlink(kPendingFile);
+        safe_unlink(f.fresh_companion.c_str());
         printf("%s", fam.lost_message);
         return Outcome::STOPPED;
     }
@@ -302,11 +347,18 @@ void finish_pending_rewrite() {
         log_error("? Unable to read \"%s\"\n", kPendingFile);
         return;
     }
-    if (!finish_renames(f, backed_up) || !safe_unlink(kPendingFile)) {
+    Roll roll = finish_renames(f, backed_up);
+    if (roll == Roll::FAILED || !safe_unlink(kPendingFile)) {
         log_error("? Unable to finish the interrupted rewrite of %s\n", f.main.c_str());
         return;
     }
-    printf("Finished the interrupted rewrite of %s and %s\n", f.main.c_str(), f.companion.c_str());
+    if (roll == Roll::ABANDONED)
+        printf("? The interrupted rewrite of %s was given up: its new file \"%s\" had been "
+               "replaced.\n  %s and %s are as they were before it.\n",
+               f.main.c_str(), f.temp.c_str(), f.main.c_str(), f.companion.c_str());
+    else
+        printf("Finished the interrupted rewrite of %s and %s\n", f.main.c_str(),
+               f.companion.c_str());
     remove_stale_temporaries(".");
     db.leftovers_removed = 1;
 }

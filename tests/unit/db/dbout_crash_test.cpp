@@ -12,6 +12,8 @@ namespace {
 
 class DboutCrashTest : public DbTest {
   protected:
+    static inline int given_up_count = 0;
+
     // A club whose companions hold records, so that a doubled or lost
     // companion shows.
     static void lay_out_club() {
@@ -89,7 +91,15 @@ class DboutCrashTest : public DbTest {
                 text += r + "\n";
             text += "--\n";
         }
-        // Only what points at trouble counts from the loading messages.
+        // Only what points at trouble counts from the loading messages. A
+        // rewrite given up because its new file had been replaced leaves
+        // the records as they were before it, which the comparison checks.
+        size_t given_up = load.find("? The interrupted rewrite of ");
+        if (given_up != std::string::npos) {
+            size_t end = load.find(" are as they were before it.\n", given_up);
+            load.erase(given_up, end == std::string::npos ? end : end + 29 - given_up);
+            given_up_count++;
+        }
         for (const char *trouble : {"? ", "Suspicious"})
             if (has(load, trouble))
                 text += "load said: " + load;
@@ -123,18 +133,34 @@ TEST_F(DboutCrashTest, EveryKillPointLeavesEachRecordOnceAfterTheNextStart) {
     ASSERT_LT(steps, kFileFaultExitStatus); // exit status cannot be confused
     RecordProperty("kill_points", steps);
 
-    for (int n = 1; n <= steps; n++) {
-        lay_out_club();
-        int status = exit_status_of([n] {
-            fresh_start();
-            feed_input("YES\n");
-            file_fault_at(n, FileFault::EXIT);
-            do_write_database();
-        });
-        ASSERT_EQ(status, kFileFaultExitStatus) << "step " << n;
-        EXPECT_EQ(records_after_restart(), expected) << "killed before file step " << n;
-        EXPECT_TRUE(only_expected_files()) << "killed before file step " << n;
-        EXPECT_FALSE(std::filesystem::exists("VNKDBOUT.PND"));
+    // Each kill point twice: the next start finding the files as the kill
+    // left them, and finding the temporary files rewritten by entry
+    // dialogues first (possible when finishing failed at first), which the
+    // rewrite must not take for its own new files.
+    for (bool entry_ran : {false, true}) {
+        for (int n = 1; n <= steps; n++) {
+            lay_out_club();
+            int status = exit_status_of([n] {
+                fresh_start();
+                feed_input("YES\n");
+                file_fault_at(n, FileFault::EXIT);
+                do_write_database();
+            });
+            ASSERT_EQ(status, kFileFaultExitStatus) << "step " << n;
+            if (entry_ran) {
+                write_file("VNKGAS.TMP", "$VERSION 2\n$GAS\n");
+                write_file("VNKPMNT.TMP", "$VERSION 3\n$PAYMENTS\n");
+                write_file("VNKFLGHT.TMP", "$VERSION 2\n");
+            }
+            SCOPED_TRACE(std::string("killed before file step ") + std::to_string(n) +
+                         (entry_ran ? ", then entry ran" : ""));
+            EXPECT_EQ(records_after_restart(), expected);
+            EXPECT_TRUE(only_expected_files());
+            EXPECT_FALSE(std::filesystem::exists("VNKDBOUT.PND"));
+        }
+        // Killed between the pending file and the first rename, the
+        // rewrite finds its new files replaced only when entry ran.
+        EXPECT_EQ(given_up_count > 0, entry_ran);
     }
 }
 
