@@ -22,16 +22,22 @@ bool is_set(const char *text) {
     return text != nullptr && text[0] != '\0';
 }
 
-// A customer's records come a few to a date: the last conversion is kept
-// rather than formatting the same date again for every line.
+// A period has a few dozen dates and a bill run prints millions of lines:
+// each date is converted once, into a slot of its own day.
 const char *date_text(int32_t date) {
-    static int32_t last_date = 0;
-    static char text[32] = "";
-    if (text[0] == '\0' || date != last_date) {
-        snprintf(text, sizeof text, "%s", i_convertTimeToString(date));
-        last_date = date;
+    struct Slot {
+        int32_t date;
+        bool used;
+        char text[32];
+    };
+    static Slot slots[64];
+    Slot &slot = slots[static_cast<uint32_t>(date) / 86400u % 64u];
+    if (!slot.used || slot.date != date) {
+        snprintf(slot.text, sizeof slot.text, "%s", i_convertTimeToString(date));
+        slot.date = date;
+        slot.used = true;
     }
-    return text;
+    return slot.text;
 }
 
 void o_charge_line(const char *label, int32_t cents) {

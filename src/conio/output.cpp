@@ -79,11 +79,11 @@ void emit(const char *text) {
     emit(text, strlen(text));
 }
 
-long count_newlines(const char *text) {
+long count_newlines(const char *text, size_t length) {
     long n = 0;
-    for (; *text != '\0'; ++text)
-        if (*text == '\n')
-            ++n;
+    const char *end = text + length;
+    for (const char *s = text; (s = static_cast<const char *>(memchr(s, '\n', end - s))); ++s)
+        ++n;
     return n;
 }
 
@@ -94,7 +94,15 @@ void clear_line() {
     out.cur_last = '\n';
 }
 
-void advance_column(const char *text) {
+void advance_column(const char *text, size_t length) {
+    if (length == 0)
+        return;
+    // Most text holds neither a tab nor a line end: the column just moves on.
+    if (strcspn(text, "\t\n") == length) {
+        out.cur_col += static_cast<int>(length);
+        out.cur_last = text[length - 1];
+        return;
+    }
     for (const char *s = text; *s != '\0'; ++s) {
         if (*s == '\t')
             out.cur_col = (out.cur_col / kTabWidth + 1) * kTabWidth;
@@ -111,14 +119,14 @@ void write_string(const char *text) {
     size_t add = strlen(text);
     if (have + add >= kLineLimit) {
         emit(out.cur_line, have);
-        out.cur_lcount += count_newlines(out.cur_line);
+        out.cur_lcount += count_newlines(out.cur_line, have);
         clear_line();
         emit(text, add);
-        out.cur_lcount += count_newlines(text);
+        out.cur_lcount += count_newlines(text, add);
     } else {
         memcpy(out.cur_line + have, text, add + 1);
         out.cur_len = have + add;
-        advance_column(text);
+        advance_column(text, add);
     }
 }
 
@@ -146,6 +154,12 @@ char move_to_column(long col) {
     // the line for every blank of a wide report.
     char fill[kLineBytes + 1];
     size_t length = 0;
+    if (!out.tabs_allowed && column < target && target - column < static_cast<long>(kLineBytes)) {
+        length = static_cast<size_t>(target - column);
+        memset(fill, ' ', length);
+        column = target;
+        last = ' ';
+    }
     while (column < target) {
         long stop = (column / kTabWidth + 1) * kTabWidth;
         if (out.tabs_allowed && stop <= target) {
@@ -220,12 +234,35 @@ void number_to_string(long n, int radix, char *buf) {
     unsigned_to_string(magnitude(n), radix, buf);
 }
 
+// Whole units, a separator and the last `places` digits of a value that
+// is not negative, as "%ld<separator>%0<places>ld" would write it; buf
+// holds at least 48 bytes. Every flight line of a statement has two.
+void format_split(unsigned long value, unsigned long unit, int places, char separator,
+                  const char *suffix, char *buf) {
+    unsigned_to_string(value / unit, 10, buf);
+    char *p = buf + strlen(buf);
+    *p++ = separator;
+    unsigned long part = value % unit;
+    for (int i = places - 1; i >= 0; --i) {
+        p[i] = digit_char(part % 10);
+        part /= 10;
+    }
+    p += places;
+    strcpy(p, suffix);
+}
+
 void format_minutes(long minutes, char *buf, size_t size) {
-    snprintf(buf, size, "%ld:%02ld", minutes / 60, minutes % 60);
+    if (minutes >= 0 && size >= 48)
+        format_split(static_cast<unsigned long>(minutes), 60, 2, ':', "", buf);
+    else
+        snprintf(buf, size, "%ld:%02ld", minutes / 60, minutes % 60);
 }
 
 void format_tow_height(long h, char *buf, size_t size) {
-    snprintf(buf, size, "%ld.%1ldK", h / 10, h % 10);
+    if (h >= 0 && size >= 48)
+        format_split(static_cast<unsigned long>(h), 10, 1, '.', "K", buf);
+    else
+        snprintf(buf, size, "%ld.%1ldK", h / 10, h % 10);
 }
 
 void begin_output(FILE *fp) {
@@ -502,19 +539,32 @@ void o_fixed_number(long n, int col, bool force, int radix, int places) {
 }
 
 void o_rmoney(long cents, int col, bool force) {
+    // "$12.34", or "$(12.34)" for a credit, built from the right: a bill run
+    // writes millions of amounts.
     char text[48];
+    char *p = text + sizeof text;
+    *--p = '\0';
+    bool credit = cents < 0;
+    unsigned long value = magnitude(cents);
+    if (credit)
+        *--p = ')';
+    *--p = digit_char(value % 10);
+    value /= 10;
+    *--p = digit_char(value % 10);
+    value /= 10;
+    *--p = '.';
+    do {
+        *--p = digit_char(value % 10);
+        value /= 10;
+    } while (value != 0);
+    if (credit)
+        *--p = '(';
+    *--p = '$';
     long edge = col;
-    if (cents >= 0) {
-        snprintf(text, sizeof text, "$%ld.%02ld", cents / 100, cents % 100);
-    } else {
-        unsigned long credit = magnitude(cents);
-        snprintf(text, sizeof text, "$(%ld.%02ld)", static_cast<long>(credit / 100),
-                 static_cast<long>(credit % 100));
-        // The ")" hangs one column out so credits and debits line up.
-        if (col != 0)
-            ++edge;
-    }
-    place_right(text, edge, force);
+    // The ")" hangs one column out so credits and debits line up.
+    if (credit && col != 0)
+        ++edge;
+    place_right(p, edge, force);
 }
 
 void o_time_of_day(long minutes, int col, bool force) {
@@ -561,7 +611,7 @@ void o_newline(int line) {
         emit("\n");
     }
     ++out.cur_lcount;
-    out.cur_lcount += count_newlines(out.cur_line);
+    out.cur_lcount += count_newlines(out.cur_line, out.cur_len);
     // The line and its end in one write; the buffer has room past the limit.
     out.cur_line[out.cur_len] = '\n';
     emit(out.cur_line, out.cur_len + 1);
