@@ -138,8 +138,9 @@ TEST_F(RemoveRewriteTest, EveryFailedOrKilledStepLeavesOldOrNewFilesNeverAFragme
     ASSERT_NE(after.at("VNKFLGHT.HIS"), before.at("VNKFLGHT.HIS"));
     EXPECT_FALSE(has(after.at("VNKFLGHT.HIS"), "6-3-2005\t4\tSMITH,JOHN"));
     for (const char *name : kHistories) {
-        if (std::string(name) != "VNKFLGHT.HIS")
+        if (std::string(name) != "VNKFLGHT.HIS") {
             EXPECT_EQ(after.at(name), before.at(name)) << name;
+        }
     }
     EXPECT_FALSE(has(flights_after, "load said")) << flights_after;
     ASSERT_LT(steps, kFileFaultExitStatus);
