@@ -66,6 +66,9 @@ void charge_finCharges(customer *c, charges *ch, bool print);
 void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount,
                   bool warn);
 int32_t tax_on(int32_t rate, int32_t amount);
+// A date as the reports print it ("6-7-2005"), converted once per date;
+// the text stays valid until the slot is taken by another date.
+const char *date_text(int32_t date);
 int32_t rate_to_cents(int32_t rate);
 
 charges *fc_charge(const char *name, bool is_aircraft);

@@ -22,24 +22,6 @@ bool is_set(const char *text) {
     return text != nullptr && text[0] != '\0';
 }
 
-// A period has a few dozen dates and a bill run prints millions of lines:
-// each date is converted once, into a slot of its own day.
-const char *date_text(int32_t date) {
-    struct Slot {
-        int32_t date;
-        bool used;
-        char text[32];
-    };
-    static Slot slots[64];
-    Slot &slot = slots[static_cast<uint32_t>(date) / 86400u % 64u];
-    if (!slot.used || slot.date != date) {
-        snprintf(slot.text, sizeof slot.text, "%s", i_convertTimeToString(date));
-        slot.date = date;
-        slot.used = true;
-    }
-    return slot.text;
-}
-
 void o_charge_line(const char *label, int32_t cents) {
     o_rstring(label, 67, true);
     o_rmoney(cents, 78, true);
@@ -98,6 +80,24 @@ void print_name_block(const customer *c, const char *start, const char *end) {
 }
 
 } // namespace
+
+// A period has a few dozen dates and a bill run prints millions of lines:
+// each date is converted once, into a slot of its own day.
+const char *date_text(int32_t date) {
+    struct Slot {
+        int32_t date;
+        bool used;
+        char text[32];
+    };
+    static Slot slots[64];
+    Slot &slot = slots[static_cast<uint32_t>(date) / 86400u % 64u];
+    if (!slot.used || slot.date != date) {
+        snprintf(slot.text, sizeof slot.text, "%s", i_convertTimeToString(date));
+        slot.date = date;
+        slot.used = true;
+    }
+    return slot.text;
+}
 
 int32_t rate_to_cents(int32_t rate) {
     return wrap(int64_t{rate} + 5) / 10;

@@ -1,6 +1,7 @@
 // The file side of closing a billing period: a dated copy of the period's
 // files under periods/, and the move of each file to its fixed ".OLD" name.
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <string>
@@ -37,9 +38,12 @@ bool make_period_folder(std::string &folder) {
         return false;
     }
     for (int n = 1;; n++) {
-        folder = std::string(kPeriodsFolder) + "/" + date;
+        char name[96];
         if (n > 1)
-            folder += "-" + std::to_string(n);
+            snprintf(name, sizeof name, "%s/%s-%d", kPeriodsFolder, date, n);
+        else
+            snprintf(name, sizeof name, "%s/%s", kPeriodsFolder, date);
+        folder = name;
         if (safe_mkdir(folder.c_str()))
             return true;
         if (errno != EEXIST)

@@ -29,7 +29,7 @@ int paid_minutes(const flight *f, int minutes) {
 void add_flight_times(TimeSummaries &s, const flight *f) {
     int minutes = f->end - f->start;
     add_duration(s.aircraft, f->plane, minutes, f->pilot);
-    add_duration(s.tows, f->towpilot, f->towheight, i_convertTimeToString(f->date));
+    add_duration(s.tows, f->towpilot, f->towheight, date_text(f->date));
     if (f->type == TYPE_INSTRUCTION) {
         add_duration(s.cfi_log, f->cfi, minutes, f->pilot);
         add_duration(s.cfi_paid, f->cfi, paid_minutes(f, minutes), f->pilot);
