@@ -114,9 +114,9 @@ void advance_column(const char *text, size_t length) {
     }
 }
 
-void write_string(const char *text) {
+// `add` is strlen(text), which the callers mostly know already.
+void write_string(const char *text, size_t add) {
     size_t have = out.cur_len;
-    size_t add = strlen(text);
     if (have + add >= kLineLimit) {
         emit(out.cur_line, have);
         out.cur_lcount += count_newlines(out.cur_line, have);
@@ -132,7 +132,7 @@ void write_string(const char *text) {
 
 void write_char(char c) {
     char text[2] = {c, '\0'};
-    write_string(text);
+    write_string(text, c != '\0' ? 1 : 0);
 }
 
 struct Position {
@@ -173,13 +173,13 @@ char move_to_column(long col) {
         }
         if (length == kLineBytes) {
             fill[length] = '\0';
-            write_string(fill);
+            write_string(fill, length);
             length = 0;
         }
     }
     fill[length] = '\0';
     if (length > 0)
-        write_string(fill);
+        write_string(fill, length);
     return last;
 }
 
@@ -188,13 +188,18 @@ void force_whitespace(char last, bool force) {
         write_char(' ');
 }
 
-void place_left(const char *text, long col, bool force) {
+void place_left(const char *text, size_t length, long col, bool force) {
     force_whitespace(move_to_column(col), force);
-    write_string(text);
+    write_string(text, length);
+}
+
+void place_left(const char *text, long col, bool force) {
+    place_left(text, strlen(text), col, force);
 }
 
 void place_right(const char *text, long col, bool force) {
-    place_left(text, col - static_cast<long>(strlen(text)) + 1, force);
+    size_t length = strlen(text);
+    place_left(text, length, col - static_cast<long>(length) + 1, force);
 }
 
 int checked_radix(int radix) {
