@@ -163,9 +163,11 @@ void start_editor() {
     el_set(ed.el, EL_PROMPT, current_prompt);
     el_set(ed.el, EL_HIST, history, ed.history);
     el_set(ed.el, EL_SETTY, "-d", "-isig", nullptr);
-    el_set(ed.el, EL_ADDFN, "varnok-complete", "Complete the answer", complete_key);
-    el_set(ed.el, EL_ADDFN, "varnok-abandon", "Drop the line typed", abandon_key);
-    el_set(ed.el, EL_ADDFN, "varnok-suspend", "Stop the program", suspend_key);
+    // The wide call keeps the names as given; the narrow one copies them
+    // and never frees the copies.
+    el_wset(ed.el, EL_ADDFN, L"varnok-complete", L"Complete the answer", complete_key);
+    el_wset(ed.el, EL_ADDFN, L"varnok-abandon", L"Drop the line typed", abandon_key);
+    el_wset(ed.el, EL_ADDFN, L"varnok-suspend", L"Stop the program", suspend_key);
     el_set(ed.el, EL_BIND, "^I", "varnok-complete", nullptr);
     el_set(ed.el, EL_BIND, "^C", "varnok-abandon", nullptr);
     el_set(ed.el, EL_BIND, "^Z", "varnok-suspend", nullptr);

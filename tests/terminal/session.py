@@ -50,8 +50,14 @@ class Terminal:
             raise Failure("tmux %s: %s" % (" ".join(args), result.stderr.decode()))
         return result.stdout.decode("utf-8", "replace")
 
-    def start(self, command, folder):
-        # The window stays after the program ends, so its status can be read.
+    def start(self, program, folder):
+        # The shell around the program notes its exit status in a file:
+        # tmux itself does not always collect it. The window stays after
+        # the program ends, so its last screen can still be read.
+        self.status_file = os.path.join(folder, "..", "status")
+        if os.path.exists(self.status_file):
+            os.remove(self.status_file)
+        command = "faketime -f '%s' '%s'; echo $? >'%s'" % (CLOCK, program, self.status_file)
         self.tmux("new-session", "-d", "-s", "club", "-x", "100", "-y", "50", "-c", folder,
                   command, ";", "set-option", "-w", "remain-on-exit", "on")
 
@@ -85,10 +91,11 @@ class Terminal:
     def exit_status(self):
         deadline = time.time() + WAIT
         while True:
-            dead = self.tmux("display-message", "-p", "-t", "club",
-                             "#{pane_dead} #{pane_dead_status}").split()
-            if dead and dead[0] == "1":
-                return int(dead[1]) if len(dead) > 1 else -1
+            if os.path.exists(self.status_file):
+                with open(self.status_file) as f:
+                    text = f.read()
+                if text.endswith("\n"):
+                    return int(text)
             if time.time() > deadline:
                 raise Failure("the program did not end; the screen shows:\n%s"
                               % "\n".join(self.screen()))
@@ -99,8 +106,8 @@ class Terminal:
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
 
-def first_session(term, command, club):
-    term.start(command, club)
+def first_session(term, program, club):
+    term.start(program, club)
     term.wait_line("VARNOK:")
 
     # A command word, then a keyword of ENTER's menu.
@@ -193,9 +200,9 @@ def first_session(term, command, club):
         raise Failure("a dropped line was acted on:\n%s" % "\n".join(lines))
 
 
-def second_session(term, command, club):
+def second_session(term, program, club):
     """The next run in the same folder starts with the earlier answers."""
-    term.start(command, club)
+    term.start(program, club)
     term.wait_line("VARNOK:")
     term.keys("Up")
     term.wait_line("VARNOK: expert")
@@ -257,18 +264,18 @@ def main():
     # A short folder: tmux's socket path must stay short.
     scratch = tempfile.mkdtemp(prefix="vt", dir="/tmp")
     env = dict(os.environ)
-    env.update({"TZ": "UTC", "LC_ALL": "C", "DONT_FAKE_MONOTONIC": "1", "HOME": scratch})
+    env.update({"TZ": "UTC", "LC_ALL": "C", "DONT_FAKE_MONOTONIC": "1", "HOME": scratch,
+                "SHELL": "/bin/sh"})
     env.pop("TMUX", None)
     term = Terminal(scratch, env)
-    command = "faketime -f '%s' '%s'" % (CLOCK, program)
     try:
         club = os.path.join(scratch, "club")
         shutil.copytree(args.demo, club)
-        first_session(term, command, club)
+        first_session(term, program, club)
         term.stop()
         check_history(club)
         same_files(club, piped_run(program, args.demo, scratch, env))
-        second_session(term, command, club)
+        second_session(term, program, club)
     except Failure as failure:
         print("FAIL: %s" % failure)
         return 1
