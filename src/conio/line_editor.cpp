@@ -8,6 +8,7 @@
 // read the same at a terminal as anywhere else.
 #include <clocale>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <histedit.h>
@@ -188,8 +189,12 @@ bool line_editor_active() {
 
 ConsoleRead line_editor_read(const char *prompt, char *line, size_t size) {
     line[0] = '\0';
-    if (ed.ended)
+    if (ed.ended) {
+        // Questions asked on the way out still show, as they do when a
+        // piped input has ended.
+        fputs(prompt != nullptr ? prompt : "", stdout);
         return ConsoleRead::END;
+    }
     if (ed.el == nullptr)
         start_editor();
     ed.prompt = prompt != nullptr ? prompt : "";
