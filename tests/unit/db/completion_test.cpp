@@ -24,16 +24,4 @@ TEST_F(AccountCompletionTest, EveryOfferedNameFindsItsCustomer) {
         EXPECT_EQ(lookup_account(offered[i].c_str(), true), expected[i]) << offered[i];
 }
 
-TEST_F(AccountCompletionTest, ItemsAndTowPlanesAsListed) {
-    fc_item("DISCUS");
-    fc_item("ASK21");
-    fc_tug("PAWNEE", true);
-    fc_tug("HUSKY", true);
-    std::vector<std::string> items, tugs;
-    complete_items(nullptr, "", items);
-    complete_towplanes(nullptr, "", tugs);
-    EXPECT_EQ(items, (std::vector<std::string>{"ASK21", "DISCUS"}));
-    EXPECT_EQ(tugs, (std::vector<std::string>{"PAWNEE", "HUSKY"}));
-}
-
 } // namespace
