@@ -13,6 +13,10 @@
 
 void *errmalloc(size_t size);
 void *errfree(void *block); // always returns nullptr
+// Counted like errmalloc, for the many small records of a data file that
+// are dropped together; errfree takes them back like any other block.
+void *errmalloc_batch(size_t size);
+char *alloc_str_batch(const char *text, size_t length);
 int set_max_malloc(int size);
 void o_space();
 char *alloc_str(const char *text);

@@ -1,11 +1,14 @@
 // Counted allocation, whole-file reading, file copying and appending, the
 // error time stamp. The file steps themselves are in fileops.cpp.
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <initializer_list>
+#include <vector>
+
 #include <sys/stat.h>
 
 #include "conio/iosubs.h"
@@ -25,6 +28,110 @@ MemoryState mem;
 
 constexpr size_t kPiece = 200; // longest data-file line
 
+// The period's records and their texts arrive by the hundred thousand when
+// a history file is read and mostly go all together when it is dropped.
+// They are carved from large aligned chunks instead of one malloc each:
+// no per-block header or bookkeeping, and a record lies beside its texts.
+// Each block is still counted as allocated and freed one by one, and a
+// chunk goes back to the heap when its last block is freed.
+constexpr size_t kChunkBits = 20;
+constexpr size_t kChunkSize = size_t{1} << kChunkBits;
+constexpr size_t kBatchLimit = 4096; // larger blocks come from malloc
+
+struct ChunkHead {
+    size_t used; // bytes carved, header included
+    long live;   // blocks not yet freed
+};
+constexpr size_t kHeadSize = (sizeof(ChunkHead) + 15) & ~size_t{15};
+
+// The chunks by address, in an open-addressing table; freed slots keep a
+// tombstone so that later probes run on past them.
+struct ChunkTable {
+    std::vector<ChunkHead *> slots = std::vector<ChunkHead *>(64);
+    size_t used = 0; // live and tombstone slots
+    size_t live = 0;
+    ChunkHead *current = nullptr;
+};
+ChunkTable chunks;
+ChunkHead *const kTombstone = reinterpret_cast<ChunkHead *>(uintptr_t{1});
+
+size_t slot_of(uintptr_t base, size_t mask) {
+    uint64_t x = base >> kChunkBits;
+    x *= 0x9E3779B97F4A7C15ULL;
+    return (size_t)(x >> 32) & mask;
+}
+
+void insert_chunk(ChunkHead *head) {
+    if ((chunks.used + 1) * 2 > chunks.slots.size()) {
+        // Tombstones alone are swept out at the same size.
+        size_t size = chunks.slots.size();
+        if ((chunks.live + 1) * 4 > size)
+            size *= 2;
+        std::vector<ChunkHead *> old(size);
+        old.swap(chunks.slots);
+        chunks.used = chunks.live;
+        size_t mask = chunks.slots.size() - 1;
+        for (ChunkHead *h : old) {
+            if (h == nullptr || h == kTombstone)
+                continue;
+            size_t i = slot_of((uintptr_t)h, mask);
+            while (chunks.slots[i] != nullptr)
+                i = (i + 1) & mask;
+            chunks.slots[i] = h;
+        }
+    }
+    size_t mask = chunks.slots.size() - 1;
+    size_t i = slot_of((uintptr_t)head, mask);
+    while (chunks.slots[i] != nullptr && chunks.slots[i] != kTombstone)
+        i = (i + 1) & mask;
+    if (chunks.slots[i] == nullptr)
+        chunks.used++;
+    chunks.slots[i] = head;
+    chunks.live++;
+}
+
+// The slot of the chunk holding block, or null when malloc gave it.
+ChunkHead **find_chunk(const void *block) {
+    if (chunks.live == 0)
+        return nullptr;
+    uintptr_t base = (uintptr_t)block & ~(uintptr_t)(kChunkSize - 1);
+    size_t mask = chunks.slots.size() - 1;
+    for (size_t i = slot_of(base, mask);; i = (i + 1) & mask) {
+        ChunkHead *h = chunks.slots[i];
+        if (h == nullptr)
+            return nullptr;
+        if ((uintptr_t)h == base)
+            return &chunks.slots[i];
+    }
+}
+
+// Counts one block of a chunk as freed; false when block is not from one.
+bool release_batch_block(void *block) {
+    ChunkHead **slot = find_chunk(block);
+    if (slot == nullptr)
+        return false;
+    ChunkHead *head = *slot;
+    if (--head->live == 0) {
+        if (head == chunks.current) {
+            head->used = kHeadSize;
+        } else {
+            *slot = kTombstone;
+            chunks.live--;
+            free(head);
+        }
+    }
+    return true;
+}
+
+void out_of_memory(size_t size) {
+    log_error("? Out of memory (%ld bytes %ld bytes ever).\nUnable to continue.\n", (long)size,
+              mem.bytes_out);
+    set_o_file(stdout);
+    o_space();
+    fflush(stdout);
+    exit(0);
+}
+
 } // namespace
 
 void *errmalloc(size_t size) {
@@ -33,22 +140,58 @@ void *errmalloc(size_t size) {
     // malloc(0) may legitimately return null, which must not look like
     // exhaustion.
     void *block = malloc(size != 0 ? size : 1);
-    if (block == nullptr) {
-        log_error("? Out of memory (%ld bytes %ld bytes ever).\nUnable to continue.\n", (long)size,
-                  mem.bytes_out);
-        set_o_file(stdout);
-        o_space();
-        fflush(stdout);
-        exit(0);
-    }
+    if (block == nullptr)
+        out_of_memory(size);
     mem.bytes_out += (long)size;
     mem.blks_out++;
     return block;
 }
 
+void *errmalloc_batch(size_t size) {
+    if (size > kBatchLimit)
+        return errmalloc(size);
+    if (size > (size_t)mem.max_malloc)
+        log_error("? Allocating %ld bytes, probably a bug.\n", (long)size);
+    size_t rounded = (size + 7) & ~size_t{7};
+    if (rounded == 0)
+        rounded = 8;
+    ChunkHead *head = chunks.current;
+    if (head == nullptr || head->used + rounded > kChunkSize) {
+        head = static_cast<ChunkHead *>(aligned_alloc(kChunkSize, kChunkSize));
+        if (head == nullptr)
+            out_of_memory(size);
+        head->used = kHeadSize;
+        head->live = 0;
+        // The chunk being left stays until its last block is freed; one
+        // already emptied is dropped now.
+        ChunkHead *previous = chunks.current;
+        chunks.current = head;
+        insert_chunk(head);
+        if (previous != nullptr && previous->live == 0) {
+            *find_chunk(previous) = kTombstone;
+            chunks.live--;
+            free(previous);
+        }
+    }
+    void *block = reinterpret_cast<char *>(head) + head->used;
+    head->used += rounded;
+    head->live++;
+    mem.bytes_out += (long)size;
+    mem.blks_out++;
+    return block;
+}
+
+char *alloc_str_batch(const char *text, size_t length) {
+    char *copy = static_cast<char *>(errmalloc_batch(length + 1));
+    memcpy(copy, text, length);
+    copy[length] = '\0';
+    return copy;
+}
+
 void *errfree(void *block) {
     if (block != nullptr) {
-        free(block);
+        if (!release_batch_block(block))
+            free(block);
         mem.blks_in++;
     }
     return nullptr;

@@ -254,6 +254,11 @@ bool read_clock(const char *field, int32_t &minutes) {
     return true;
 }
 
+// A record's texts go where the record goes: they are dropped with it.
+char *keep_text(const char *text) {
+    return alloc_str_batch(text, strlen(text));
+}
+
 void close_history(FILE *file, const char *name) {
     bool read_error = ferror(file) != 0;
     if (fclose(file) != 0) {
@@ -304,7 +309,7 @@ void readFlights(const char *file) {
         }
 
         Fields field(line);
-        flight *f = (flight *)errmalloc(sizeof(flight));
+        flight *f = (flight *)errmalloc_batch(sizeof(flight));
         f->next = nullptr;
         f->date = read_date(dates, field[1], line_number);
         bool ok = false;
@@ -319,8 +324,8 @@ void readFlights(const char *file) {
         f->invoice = receipt_number(account);
         read.push_back(f);
 
-        f->plane = alloc_str(field[4]);
-        f->pilot = alloc_str(field[5]);
+        f->plane = keep_text(field[4]);
+        f->pilot = keep_text(field[5]);
         int type = translate_flight_type(field[6]);
         if (type == 5) {
             if (field[6][0] == '\0')
@@ -331,9 +336,9 @@ void readFlights(const char *file) {
             type = 0;
         }
         f->type = (char)type;
-        f->cfi = alloc_str(field[7]);
-        f->passenger = alloc_str(field[8]);
-        f->towpilot = alloc_str(field[9]);
+        f->cfi = keep_text(field[7]);
+        f->passenger = keep_text(field[8]);
+        f->towpilot = keep_text(field[9]);
 
         int next = 10;
         f->towplane = nullptr;
@@ -467,7 +472,7 @@ void readGas(const char *file) {
         Fields field(line);
         GasLineStart s = read_gas_line_start(field, dates, line_number);
         if (section == GasSection::MISC) {
-            misc *m = (misc *)errmalloc(sizeof(misc));
+            misc *m = (misc *)errmalloc_batch(sizeof(misc));
             m->date = s.date;
             m->sheet = s.sheet;
             m->line = s.line;
@@ -486,9 +491,9 @@ void readGas(const char *file) {
                     bad_value("? Bad format tax flag on line %d\n", line_number);
             }
             m->charge = read_charge(field[next++], line_number, file);
-            m->why = alloc_str(field[next]);
+            m->why = keep_text(field[next]);
         } else {
-            gas *g = (gas *)errmalloc(sizeof(gas));
+            gas *g = (gas *)errmalloc_batch(sizeof(gas));
             g->date = s.date;
             g->sheet = s.sheet;
             g->line = s.line;
@@ -511,8 +516,8 @@ void readGas(const char *file) {
                 bad_value("? Unable to find gallons on line %d in \"%s\"\n", line_number, file);
                 g->gallons = 0;
             }
-            g->plane = alloc_str(field[8]);
-            g->pilot = alloc_str(field[9]);
+            g->plane = keep_text(field[8]);
+            g->pilot = keep_text(field[9]);
         }
     }
     add_miscs(miscs_read);

@@ -284,13 +284,13 @@ void readPaymentsFile(const char *name) {
             check = 0;
         }
 
-        auto *p = static_cast<payment *>(errmalloc(sizeof(payment)));
+        auto *p = static_cast<payment *>(errmalloc_batch(sizeof(payment)));
         p->next = nullptr;
         p->date = date;
         p->customer = c;
         p->amount = amount;
         p->check = check;
-        p->note = alloc_str(note.c_str());
+        p->note = alloc_str_batch(note.c_str(), strlen(note.c_str()));
         read.push_back(p);
     }
     add_payments(read);
