@@ -267,7 +267,9 @@ struct DbState {
     // Exact names to customers: one hash probe per account line read,
     // where the ordered index would cost a string compare per level.
     ExactNameIndex cust_exact;
-    std::map<std::string, price *> price_index;
+    // Looked up by plain text several times per flight billed: the
+    // transparent comparison spares a string built for each lookup.
+    std::map<std::string, price *, std::less<>> price_index;
     std::map<std::string, abbrev *> abbrev_index;
 };
 extern DbState db;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iterator>
 #include <string>
+#include <string_view>
 
 #include "db/db.h"
 
@@ -12,7 +13,7 @@ namespace {
 const char *const default_category = "DEFAULT";
 
 price *find_item(const char *name) {
-    auto found = db.price_index.find(name);
+    auto found = db.price_index.find(std::string_view(name));
     return found == db.price_index.end() ? nullptr : found->second;
 }
 
@@ -35,7 +36,7 @@ price *fc_item(const char *name) {
 
     // The index orders names exactly as the list does, so the index entry
     // just before the new name is the node the new item follows.
-    auto after = db.price_index.lower_bound(name);
+    auto after = db.price_index.lower_bound(std::string_view(name));
     price **link = &db.price_list;
     if (after != db.price_index.begin())
         link = &std::prev(after)->second->next;
