@@ -17,7 +17,7 @@ run:
 	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 	@cmake --build $(BUILD) -j $(JOBS) -- --no-print-directory >$(BUILD)/build.log 2>&1 \
 	  || { cat $(BUILD)/build.log; exit 1; }
-	@rm -rf $(BUILD)/club build-fuzz/club && mkdir -p $(BUILD)/club && cp -R demo/. $(BUILD)/club/
+	@rm -rf $(BUILD)/club && mkdir -p $(BUILD)/club && cp -R demo/. $(BUILD)/club/
 	@cd $(BUILD)/club && ../varnok
 
 test:
