@@ -114,6 +114,41 @@ char *free_str(char *text) {
     return static_cast<char *>(errfree(text));
 }
 
+// Frees one kind of record of every customer. A list's next record lies
+// far away in memory, so several customers' lists are walked side by side:
+// their next records are fetched together instead of one after the other.
+template <class T, class FreeOne>
+void free_every_list(T *customer::*head, T *customer::*tail, FreeOne free_one) {
+    constexpr int kWays = 8;
+    T *cursor[kWays] = {};
+    int active = 0;
+    customer *c = db.cust_list;
+    while (c != nullptr || active > 0) {
+        for (T *&rec : cursor) {
+            if (rec == nullptr) {
+                while (c != nullptr && c->*head == nullptr) {
+                    c->*tail = nullptr;
+                    c = c->next;
+                }
+                if (c == nullptr)
+                    continue;
+                rec = c->*head;
+                c->*head = nullptr;
+                c->*tail = nullptr;
+                c = c->next;
+                active++;
+            }
+            T *next = rec->next;
+            if (next != nullptr)
+                __builtin_prefetch(next);
+            free_one(rec);
+            rec = next;
+            if (rec == nullptr)
+                active--;
+        }
+    }
+}
+
 } // namespace
 
 // ---- Name lists -------------------------------------------------------------------
@@ -294,8 +329,10 @@ void free_customer_flights(customer *c) {
 void free_flights() {
     if (!db.flights_read)
         return;
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
-        free_customer_flights(c);
+    free_every_list(&customer::flights, &customer::flights_tail, [](flight *f) {
+        free_flight_contents(f);
+        errfree(f);
+    });
     db.flights_read = 0;
 }
 
@@ -380,10 +417,14 @@ void free_gas() {
     if (!db.gas_read)
         return;
     // Fuel sales and misc records come from the same history file.
-    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
-        free_customer_gas(c);
-        free_customer_misc(c);
-    }
+    free_every_list(&customer::gas, &customer::gas_tail, [](gas *g) {
+        free_gas_contents(g);
+        errfree(g);
+    });
+    free_every_list(&customer::misc, &customer::misc_tail, [](misc *m) {
+        free_misc_contents(m);
+        errfree(m);
+    });
     db.gas_read = 0;
 }
 
@@ -429,8 +470,10 @@ void free_customer_payments(customer *c) {
 void free_all_payments() {
     if (!db.payments_read)
         return;
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
-        free_customer_payments(c);
+    free_every_list(&customer::payments, &customer::payments_tail, [](payment *p) {
+        free_payment_contents(p);
+        errfree(p);
+    });
     db.payments_read = 0;
 }
 
