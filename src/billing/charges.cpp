@@ -10,12 +10,8 @@
 
 namespace {
 
-int32_t wrap(int64_t value) {
-    return static_cast<int32_t>(value);
-}
-
 void add(int32_t &sum, int32_t part) {
-    sum = wrap(int64_t{sum} + part);
+    sum = wrap32(int64_t{sum} + part);
 }
 
 bool is_set(const char *text) {
@@ -31,7 +27,7 @@ void o_charge_line(const char *label, int32_t cents) {
 int32_t total_tow_height(const customer *c) {
     int32_t sum = 0;
     for (const flight *f = c->flights; f != nullptr; f = f->next)
-        sum += f->towheight;
+        add(sum, f->towheight);
     return sum;
 }
 
@@ -100,11 +96,11 @@ const char *date_text(int32_t date) {
 }
 
 int32_t rate_to_cents(int32_t rate) {
-    return wrap(int64_t{rate} + 5) / 10;
+    return wrap32(int64_t{rate} + 5) / 10;
 }
 
 int32_t tax_on(int32_t rate, int32_t amount) {
-    return wrap(int64_t{wrap(int64_t{rate} * amount)} + 500) / 1000;
+    return wrap32(int64_t{wrap32(int64_t{rate} * amount)} + 500) / 1000;
 }
 
 void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount,
@@ -232,8 +228,8 @@ void charge_account(customer *c, charges *total, const char *start, const char *
 void charge_flight(flight *f, charges *ch, bool accumulate, bool print) {
     customer *c = f->customer;
     const char *cat = categoryOnDate(f->date, c);
-    int32_t minutes = f->end - f->start;
-    int32_t hours = wrap(int64_t{minutes} * 1000) / 60;
+    int32_t minutes = sub32(f->end, f->start);
+    int32_t hours = wrap32(int64_t{minutes} * 1000) / 60;
     bool club_aircraft = lookup_rate(f->plane, cat, false) != 0;
     charges *plane = accumulate ? fc_charge(f->plane, true) : nullptr;
 
@@ -282,20 +278,21 @@ void charge_flight(flight *f, charges *ch, bool accumulate, bool print) {
             if (target == nullptr)
                 continue;
             target->tow_count++;
-            target->tow_height += f->towheight;
+            add(target->tow_height, f->towheight);
             target->inst_count++;
-            target->inst_min += minutes;
+            add(target->inst_min, minutes);
             if (club_aircraft) {
                 target->rental_count++;
-                target->rental_min += minutes;
+                add(target->rental_min, minutes);
             }
         }
     } else {
         if (f->towheight > 0) {
             int32_t per_height =
-                wrap(int64_t{lookup_rate("THOUSAND", cat, true)} * f->towheight) / 10;
+                wrap32(int64_t{lookup_rate("THOUSAND", cat, true)} * f->towheight) / 10;
             int32_t tow =
-                wrap(int64_t{wrap(int64_t{lookup_rate("HOOKUP", cat, true)} + per_height)} + 5) /
+                wrap32(int64_t{wrap32(int64_t{lookup_rate("HOOKUP", cat, true)} + per_height)} +
+                       5) /
                 10;
             if (print) {
                 o_rtow_height(f->towheight, 54, true);
@@ -310,19 +307,19 @@ void charge_flight(flight *f, charges *ch, bool accumulate, bool print) {
             if (plane != nullptr) {
                 add(plane->tow, tow);
                 plane->tow_count++;
-                plane->tow_height += f->towheight;
+                add(plane->tow_height, f->towheight);
                 if (f->towplane != nullptr) {
                     add(f->towplane->charges, tow);
-                    f->towplane->towheight += f->towheight;
+                    add(f->towplane->towheight, f->towheight);
                     f->towplane->numberTows++;
                 }
             }
-            ch->tow_height += f->towheight;
+            add(ch->tow_height, f->towheight);
             add_salestax(ch, "TOW-SALESTAX", cat, tow, true);
         }
         for (charges *target : {ch, plane})
             if (target != nullptr)
-                target->flight_min += minutes;
+                add(target->flight_min, minutes);
 
         if (strcmp(type, "INSTRUCTIONAL") == 0) {
             int32_t instruction =
@@ -333,7 +330,7 @@ void charge_flight(flight *f, charges *ch, bool accumulate, bool print) {
                     continue;
                 target->inst_count++;
                 add(target->instruction, instruction);
-                target->inst_min += minutes;
+                add(target->inst_min, minutes);
             }
             if (instruction != 0) {
                 charge_line("Instruction:", instruction);
@@ -348,7 +345,7 @@ void charge_flight(flight *f, charges *ch, bool accumulate, bool print) {
                     continue;
                 add(target->rental, rental);
                 target->rental_count++;
-                target->rental_min += minutes;
+                add(target->rental_min, minutes);
             }
             charge_line("Rental:", rental);
             add_salestax(ch, "FLT-SALESTAX", cat, rental, true);
@@ -378,7 +375,7 @@ void charge_gas(gas *g, charges *ch, customer *c, bool print) {
         printf("    Old price is being used.\n");
     }
     add(ch->gas, g->charge);
-    ch->gallons += g->gallons;
+    add(ch->gallons, g->gallons);
     add_salestax(ch, "GAS-SALESTAX", categoryOnDate(g->date, c), g->charge, false);
 }
 
@@ -418,7 +415,7 @@ void charge_payment(payment *p, charges *ch, bool print) {
 
 void charge_finCharges(customer *c, charges *ch, bool print) {
     int32_t unpaid =
-        wrap(int64_t{wrap(int64_t{ch->prev_balance} + ch->misc_credit)} - ch->payments);
+        wrap32(int64_t{wrap32(int64_t{ch->prev_balance} + ch->misc_credit)} - ch->payments);
     if (rate_to_cents(lookup_rate("FINANCE-THRESHOLD", c->category, false)) > unpaid)
         return;
     int32_t fee = tax_on(lookup_rate("FINANCE-CHARGE", c->category, false), unpaid);

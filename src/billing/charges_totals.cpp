@@ -10,10 +10,6 @@
 
 namespace {
 
-int32_t wrap(int64_t value) {
-    return static_cast<int32_t>(value);
-}
-
 const char *intern_item(const char *name) {
     if (name == nullptr)
         return nullptr;
@@ -81,7 +77,7 @@ void add_to_breakdown(charges *ch, const char *item_name, int32_t amount, int co
     misc_breakdown *entry = index == billing.breakdown_index.end()
                                 ? find_in_list(ch, name)
                                 : find_in_index(ch, index->second, name);
-    entry->charge = wrap(int64_t{entry->charge} + amount);
+    entry->charge = wrap32(int64_t{entry->charge} + amount);
     entry->count += count;
 }
 
@@ -152,20 +148,20 @@ void free_charges(charges *list) {
 void add_charges(charges *to, const charges *from) {
     if (to == nullptr || from == nullptr)
         return;
-    auto add = [](int32_t &sum, int32_t part) { sum = wrap(int64_t{sum} + part); };
+    auto add = [](int32_t &sum, int32_t part) { sum = wrap32(int64_t{sum} + part); };
     add(to->instruction, from->instruction);
     to->inst_count += from->inst_count;
-    to->inst_min += from->inst_min;
+    to->inst_min = add32(to->inst_min, from->inst_min);
     add(to->tow, from->tow);
     to->tow_count += from->tow_count;
-    to->tow_height += from->tow_height;
+    to->tow_height = add32(to->tow_height, from->tow_height);
     add(to->rental, from->rental);
     to->rental_count += from->rental_count;
-    to->rental_min += from->rental_min;
-    to->flight_min += from->flight_min;
+    to->rental_min = add32(to->rental_min, from->rental_min);
+    to->flight_min = add32(to->flight_min, from->flight_min);
     add(to->salestax, from->salestax);
     add(to->gas, from->gas);
-    to->gallons += from->gallons;
+    to->gallons = add32(to->gallons, from->gallons);
     add(to->rope_break_charge, from->rope_break_charge);
     to->rope_break_count += from->rope_break_count;
     add(to->pattern_tow_charge, from->pattern_tow_charge);
@@ -184,26 +180,26 @@ void add_charges(charges *to, const charges *from) {
 
 int32_t newCharges(const charges *ch) {
     int64_t sum = int64_t{ch->instruction} + ch->tow;
-    sum = wrap(sum + ch->rental);
-    sum = wrap(sum + ch->gas);
-    sum = wrap(sum + ch->rope_break_charge);
-    sum = wrap(sum + ch->financeCharges);
-    sum = wrap(sum + ch->misc_charge);
-    sum = wrap(sum + ch->salestax);
-    return wrap(sum + ch->pattern_tow_charge);
+    sum = wrap32(sum + ch->rental);
+    sum = wrap32(sum + ch->gas);
+    sum = wrap32(sum + ch->rope_break_charge);
+    sum = wrap32(sum + ch->financeCharges);
+    sum = wrap32(sum + ch->misc_charge);
+    sum = wrap32(sum + ch->salestax);
+    return wrap32(sum + ch->pattern_tow_charge);
 }
 
 int32_t getNewCharges(const customer *c) {
     if (c == nullptr || c->charges == nullptr)
         return 0;
-    return wrap(int64_t{newCharges(c->charges)} + c->charges->misc_credit);
+    return wrap32(int64_t{newCharges(c->charges)} + c->charges->misc_credit);
 }
 
 int32_t getCurrentBalance(const customer *c) {
     if (c == nullptr || c->charges == nullptr)
         return 0;
-    return wrap(int64_t{wrap(int64_t{getNewCharges(c)} + c->charges->prev_balance)} -
-                c->charges->payments);
+    return wrap32(int64_t{wrap32(int64_t{getNewCharges(c)} + c->charges->prev_balance)} -
+                  c->charges->payments);
 }
 
 bool any_charges(const customer *c) {

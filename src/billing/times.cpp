@@ -21,13 +21,13 @@ struct TimeSummaries {
 // minutes.
 int paid_minutes(const flight *f, int minutes) {
     const char *category = categoryOnDate(f->date, f->customer);
-    long priced =
-        calc_price(minutes * 1000 / 60, category, "CFI-HOURS-PAID", "MINIMUM-TIME", "GROUND-TIME");
+    long priced = calc_price(wrap32(int64_t{minutes} * 1000) / 60, category, "CFI-HOURS-PAID",
+                             "MINIMUM-TIME", "GROUND-TIME");
     return (int)(priced * 60 / 100);
 }
 
 void add_flight_times(TimeSummaries &s, const flight *f) {
-    int minutes = f->end - f->start;
+    int minutes = sub32(f->end, f->start);
     add_duration(s.aircraft, f->plane, minutes, f->pilot);
     add_duration(s.tows, f->towpilot, f->towheight, date_text(f->date));
     if (f->type == TYPE_INSTRUCTION) {

@@ -3,6 +3,7 @@
 
 #include "billing/times.h"
 #include "conio/iosubs.h"
+#include "db/db.h"
 
 namespace {
 
@@ -42,10 +43,10 @@ void add_duration(duration_list &list, std::string_view name, int time, std::str
     withwho &person = find_or_add(row.people, row.people_index, who);
     int notime = time == 0 ? 1 : 0;
     row.count++;
-    row.time += time;
+    row.time = add32(row.time, time);
     row.notime += notime;
     person.count++;
-    person.time += time;
+    person.time = add32(person.time, time);
     person.notime += notime;
 }
 

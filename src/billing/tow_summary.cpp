@@ -31,9 +31,9 @@ void w_tow_summary(const char *start, const char *end) {
     for (const towplane &tug : db.tugList) {
         if (tug.tugname[0] == '\0')
             continue;
-        total.charges += tug.charges;
-        total.numberTows += tug.numberTows;
-        total.towheight += tug.towheight;
+        total.charges = add32(total.charges, tug.charges);
+        total.numberTows = add32(total.numberTows, tug.numberTows);
+        total.towheight = add32(total.towheight, tug.towheight);
         w_tugInfo(&tug);
     }
     o_newline(0);

@@ -361,6 +361,19 @@ char *get_account(const char *prompt, const char *def, bool allow_add, customer 
 
 // ---- Prices, categories and rate lookup -------------------------------------
 
+// Money, counts and times are signed 32-bit and wrap around on overflow, as
+// they always have; these compute in 64 bits and keep the low 32, where a
+// plain int addition past the limit would be undefined.
+inline int32_t wrap32(int64_t value) {
+    return static_cast<int32_t>(value);
+}
+inline int32_t add32(int32_t a, int32_t b) {
+    return wrap32(int64_t{a} + b);
+}
+inline int32_t sub32(int32_t a, int32_t b) {
+    return wrap32(int64_t{a} - b);
+}
+
 price *fc_item(const char *name);
 category *find_category(category *cat_list, const char *name);
 bool set_price(price *item, const char *category_name, int32_t cost, int line);

@@ -17,11 +17,6 @@ price *find_item(const char *name) {
     return found == db.price_index.end() ? nullptr : found->second;
 }
 
-// Wraps like the 32-bit arithmetic the prices have always been computed in.
-int32_t wrap32(int64_t value) {
-    return static_cast<int32_t>(value);
-}
-
 bool is_empty(const char *text) {
     return text == nullptr || text[0] == '\0';
 }

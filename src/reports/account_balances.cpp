@@ -22,25 +22,26 @@ void total_line(const char *label, int32_t cents) {
 
 } // namespace
 
+// The totals wrap around like all the club's 32-bit money.
 void w_oneActBal(customer *c, long) {
     int32_t paid = 0;
     for (const payment *p = c->payments; p; p = p->next)
-        paid += p->amount;
-    int32_t d = c->balance - paid;
+        paid = add32(paid, p->amount);
+    int32_t d = sub32(c->balance, paid);
     int32_t n = getNewCharges(c);
     if (d < 1) {
-        totals.creditTotal += d;
+        totals.creditTotal = add32(totals.creditTotal, d);
         // New charges first use up the credit.
-        if (d + n >= 0)
-            totals.creditReduction -= d;
+        if (add32(d, n) >= 0)
+            totals.creditReduction = sub32(totals.creditReduction, d);
         else
-            totals.creditReduction += n;
+            totals.creditReduction = add32(totals.creditReduction, n);
     } else {
-        totals.dueTotal += d;
+        totals.dueTotal = add32(totals.dueTotal, d);
     }
-    totals.currentTotal += n;
+    totals.currentTotal = add32(totals.currentTotal, n);
     if (c->category && strcmp(c->category, "LONG_TERM") == 0)
-        totals.longTermDue += n + d;
+        totals.longTermDue = add32(totals.longTermDue, add32(n, d));
     if (d == 0 && n == 0)
         return;
     o_lstring(c->lastname, 0, false);
@@ -66,15 +67,16 @@ void w_actBals() {
     const Totals &t = totals;
     total_line("Accounts with balance due:", t.dueTotal);
     total_line("Accounts with CREDIT balance:", t.creditTotal);
-    total_line("Net accounts receivable:", t.creditTotal + t.dueTotal);
+    total_line("Net accounts receivable:", add32(t.creditTotal, t.dueTotal));
     o_newline(0);
     total_line("Charges to be billed:", t.currentTotal);
     total_line("Billed charges that reduce credits:", t.creditReduction);
-    total_line("Net new billing:", t.currentTotal - t.creditReduction);
+    total_line("Net new billing:", sub32(t.currentTotal, t.creditReduction));
     o_newline(0);
     total_line("Long term receivables:", t.longTermDue);
     o_newline(0);
     total_line("Cash payments expected:",
-               t.dueTotal + t.currentTotal - t.creditReduction - t.longTermDue);
-    total_line("Expected Net accounts receivable:", t.creditTotal + t.dueTotal + t.currentTotal);
+               sub32(sub32(add32(t.dueTotal, t.currentTotal), t.creditReduction), t.longTermDue));
+    total_line("Expected Net accounts receivable:",
+               add32(add32(t.creditTotal, t.dueTotal), t.currentTotal));
 }

@@ -93,6 +93,21 @@ TEST_F(RatesTest, CalcPriceMinimumExtraRoundingAndWrap) {
                              "? No price for item \"NO-ITEM\"\n");
 }
 
+// Sums past either end of the 32-bit range wrap around, without the
+// undefined overflow the sanitizer build would stop on.
+TEST_F(RatesTest, SumsWrapAtThe32BitLimits) {
+    EXPECT_EQ(add32(INT32_MAX, 1), INT32_MIN);
+    EXPECT_EQ(add32(2000000000, 2000000000), -294967296);
+    EXPECT_EQ(add32(INT32_MIN, -1), INT32_MAX);
+    EXPECT_EQ(sub32(INT32_MIN, 1), INT32_MAX);
+    EXPECT_EQ(sub32(-2000000000, 2000000000), 294967296);
+    EXPECT_EQ(add32(-5, 3), -2);
+    int32_t total = 0;
+    for (int i = 0; i < 3; i++)
+        total = add32(total, 1500000000);
+    EXPECT_EQ(total, static_cast<int32_t>(4500000000LL - 4294967296LL));
+}
+
 // A cost takes its sign from the whole part alone; digits past the third
 // decimal are dropped. Written back, the costs come out newest first, blank
 // e-mail settings are left out and the flag labels are always there.

@@ -188,4 +188,24 @@ TEST_F(ExportTest, ReceivablesTotals) {
               "Expected Net accounts receivable:          $230.00\n");
 }
 
+// Totals are 32-bit and wrap around: two balances of twenty million
+// dollars overflow the club-wide sum, which must come out wrapped (and,
+// under the sanitizers, without an undefined signed overflow).
+TEST_F(ExportTest, ReceivablesTotalsWrapPastTheLimit) {
+    add("ADAMS", "AL", "FULL");
+    add("BAKER", "BO", "LONG_TERM");
+    write_file(db.balancesfile, "$VERSION 1\nADAMS\tAL\t2000000000\nBAKER\tBO\t2000000000\n");
+    std::string text = written("NO\nNO\nNO\nALL\n", w_actBals);
+    // 4,000,000,000 cents less 2^32 is -294,967,296 cents; taking the long
+    // term 2,000,000,000 from that wraps back to 2,000,000,000.
+    EXPECT_TRUE(has(text, "Accounts with balance due:            $(2949672.96)\n"
+                          "Accounts with CREDIT balance:                $0.00\n"
+                          "Net accounts receivable:              $(2949672.96)\n"))
+        << text;
+    EXPECT_TRUE(has(text, "Long term receivables:                $20000000.00\n\n"
+                          "Cash payments expected:               $20000000.00\n"
+                          "Expected Net accounts receivable:     $(2949672.96)\n"))
+        << text;
+}
+
 } // namespace
