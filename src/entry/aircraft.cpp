@@ -1,6 +1,9 @@
 // The aircraft questions of a flight: the glider (or airplane) with its
 // fast keys, and the tow plane with the table of tow planes.
+#include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "conio/iosubs.h"
@@ -10,10 +13,17 @@
 
 namespace {
 
-// The answer as a number when it is one integer and nothing else.
+// The answer as a number when it is one integer and nothing else. A number
+// beyond int is no number here but a name: read as "%d" it would wrap, and
+// 4294967297 would pick key 1.
 bool whole_number(const char *text, int &value) {
-    int used = 0;
-    return sscanf(text, "%d%n", &value, &used) == 1 && text[used] == '\0';
+    char *end = nullptr;
+    errno = 0;
+    long long number = strtoll(text, &end, 10);
+    if (end == text || *end != '\0' || errno == ERANGE || number < INT_MIN || number > INT_MAX)
+        return false;
+    value = static_cast<int>(number);
+    return true;
 }
 
 } // namespace
