@@ -56,7 +56,7 @@ std::pair<long, long> block_counts() {
 TEST_F(MemoryTest, BatchBlocksAreCountedAndFreedOneByOne) {
     auto [out0, in0] = block_counts();
     std::vector<char *> blocks;
-    const int count = 60000; // well over one chunk
+    const int count = 200000; // over one chunk
     for (int i = 0; i < count; i++) {
         std::string text = std::to_string(i);
         blocks.push_back(i % 3 ? alloc_str_batch(text.c_str(), text.size())
