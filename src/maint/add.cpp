@@ -10,8 +10,10 @@ void add_abbreviation() {
     add_abbrev(true);
 }
 
+// The empty entry ends the menu as in the other menus: "?" lists it as an
+// empty line, and it has no action.
 const char *const adds[] = {"ABBREVIATION", "CATEGORY", "CUSTOMER",        "FLAG", "GAS-GRADE",
-                            "PRICE",        "TOWPLANE", "TRANSITION-DATE", nullptr};
+                            "PRICE",        "TOWPLANE", "TRANSITION-DATE", "",     nullptr};
 void (*const actions[])() = {add_abbreviation, create_category, add_cust,    create_flag,
                              create_grade,     add_price,       addTowPlane, addTransitionDate};
 
@@ -20,7 +22,7 @@ void (*const actions[])() = {add_abbreviation, create_category, add_cust,    cre
 void do_add() {
     maybe_read();
     int which = get_list("Choose what to add", "CUSTOMER", adds, true);
-    if (which < 0)
+    if (which < 0 || adds[which][0] == '\0')
         return;
     std::string another = std::string("ADD another ") + adds[which];
     do

@@ -6,8 +6,10 @@
 
 namespace {
 
-const char *const changes[] = {"ABBREVIATION",  "CUSTOMER", "EMAIL-SENDER", "EMAIL-SERVER",
-                               "EMAIL-SUBJECT", "PRICE",    nullptr};
+// Ended by an empty entry, listed by "?" as an empty line, with no action.
+const char *const changes[] = {
+    "ABBREVIATION", "CUSTOMER", "EMAIL-SENDER", "EMAIL-SERVER", "EMAIL-SUBJECT",
+    "PRICE",        "",         nullptr};
 enum { ABBREVIATION, CUSTOMER, EMAIL_SENDER, EMAIL_SERVER, EMAIL_SUBJECT, PRICE };
 
 // A non-empty answer replaces the setting; an empty one (or "~") keeps it.
@@ -76,7 +78,7 @@ void do_change() {
     case EMAIL_SUBJECT:
         change_emailSubject();
         break;
-    default: // "~"
+    default: // "~", or the empty entry
         break;
     }
 }

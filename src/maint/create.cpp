@@ -76,8 +76,7 @@ void addTransitionDate() {
         c->transitionDate = 0;
         return;
     }
-    const char *present = i_convertTimeToString(c->transitionDate ? c->transitionDate : db.curDate);
-    char *def = alloc_str(present);
+    char *def = alloc_str(i_convertTimeToString(c->transitionDate));
     for (;;) {
         char *date = get_date("Date (mm-dd-yy)", def);
         long when = i_convertDateToTime(date);
