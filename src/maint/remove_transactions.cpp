@@ -42,9 +42,8 @@ template <class T> std::vector<T *> list_records(const RecordKind<T> &kind, cons
         o_char(':', 0, false);
         kind.print(rec, 9, true, false);
         o_newline(0);
-        // Only when there is a next page to go on to.
-        if (shown.size() % PAGE_LINES == 0 && rec->next != nullptr &&
-            !get_yesno("Go on to next page", "Y"))
+        // Asked after every full page, the last one included.
+        if (shown.size() % PAGE_LINES == 0 && !get_yesno("Go on to next page", "Y"))
             break;
     }
     return shown;
