@@ -1,0 +1,96 @@
+// Records read from the history files are carved from large chunks. A
+// removal frees one of them in the middle of a chunk; the chunk must live on
+// for its other records, the allocation report must count the freed blocks
+// exactly, and a RESET afterwards must hand back every chunk.
+#include <string>
+
+#include "db/db_fixture.h"
+#include "maint/remove.h"
+
+namespace {
+
+long net_blocks() {
+    std::string report = output_of([] {
+        set_o_file(stdout);
+        o_space();
+    });
+    size_t at = report.find("Net blocks out");
+    EXPECT_NE(at, std::string::npos) << report;
+    return at == std::string::npos ? -1 : std::stol(report.substr(at + 14));
+}
+
+class RemoveCarvedTest : public DbTest {
+  protected:
+    static void fresh_start() {
+        db_reset();
+        db_init();
+    }
+
+    // Lee's many flights fill more than one chunk; Smith has one record of
+    // each kind, read in among them.
+    static void lay_out_club() {
+        write_file("VNKABBRV.DAT", "$VERSION 1\n");
+        write_file("VNKBAL.DAT", "$VERSION 1\n");
+        write_file("VNKPRICE.DAT", "$VERSION 2\n\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n");
+        const std::string record = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
+                                   "-No eMail\n1 Main St\n\n";
+        write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record +
+                                      "SMITH\tJOHN\nCREDIT\tFULL\n" + record);
+        std::string flights = "$VERSION 2\n";
+        for (int i = 1; i <= 12000; i++) {
+            flights += "6-2-2005\t" + std::to_string(i) +
+                       "\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t11:00\t11:20\n";
+            if (i == 6000)
+                flights += "6-3-2005\t4\tSMITH,JOHN\tN9\tJ\tI\tAL\t\tTP\tPAWNEE\t3\t9:00\t9:45\n";
+        }
+        write_file("VNKFLGHT.HIS", flights);
+        write_file("VNKFLGQU.HIS", "$VERSION 2\n");
+        write_file("VNKGASQU.HIS", "$VERSION 2\n$MISC\n6-1-2005\t1\t1\tSMITH,JOHN\tY\t1500\tTie\n");
+        write_file("VNKGAS.HIS",
+                   "$VERSION 2\n$GAS\n6-3-2005\t2\t1\tSMITH,JOHN\t3075\t100\t12.3\tN1\tJ\n");
+        write_file("VNKPMNTQ.HIS", "$VERSION 3\n$PAYMENTS\n");
+        write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n6-4-2005\t2500\t101\tSMITH,JOHN\tx\n");
+    }
+};
+
+TEST_F(RemoveCarvedTest, RemovedRecordsAreCountedFreedAndTheirChunksGoBackOnReset) {
+    lay_out_club();
+    long empty = net_blocks();
+    std::string out = output_of([] { do_r_all(); });
+    customer *smith = fc_cust("SMITH", "JOHN", false);
+    ASSERT_NE(smith, nullptr);
+    ASSERT_TRUE(smith->flights && smith->gas && smith->misc && smith->payments) << out;
+
+    // Smith's one record of each kind, the files rewritten after each.
+    out = output_of([] {
+        for (void (*removal)() : {rmv_flights, rmv_gas_sales, rmv_misc, rmv_payments}) {
+            feed_input("YES\nSMITH\n1\n~\nYES\n");
+            removal();
+        }
+    });
+    smith = fc_cust("SMITH", "JOHN", false);
+    EXPECT_TRUE(!smith->flights && !smith->gas && !smith->misc && !smith->payments) << out;
+    long after_removal = net_blocks();
+
+    // The rest of the chunk the flight came from is still whole.
+    customer *lee = fc_cust("LEE", "AL", false);
+    long lee_flights = 0;
+    for (const flight *f = lee->flights; f; f = f->next, lee_flights++)
+        ASSERT_STREQ(f->towpilot, "TP");
+    EXPECT_EQ(lee_flights, 12000);
+
+    output_of(fresh_start);
+    EXPECT_EQ(net_blocks(), empty);
+
+    // The rewritten files hold exactly what was left in memory.
+    out = output_of([] { do_r_all(); });
+    EXPECT_FALSE(has(out, "?")) << out;
+    EXPECT_EQ(net_blocks(), after_removal);
+    smith = fc_cust("SMITH", "JOHN", false);
+    EXPECT_TRUE(!smith->flights && !smith->gas && !smith->misc && !smith->payments);
+
+    output_of(fresh_start);
+    EXPECT_EQ(net_blocks(), empty);
+}
+
+} // namespace
