@@ -200,7 +200,8 @@ void rmv_prices() {
     unlink_after(db.price_list, prev, item);
     forget_fast_key(item);
     free_price(item);
-    db.price_changed = 1;
+    // Bills computed with the item's prices no longer hold.
+    mark_prices_changed();
 }
 
 void rmv_cust() {

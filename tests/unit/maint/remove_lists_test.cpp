@@ -104,6 +104,7 @@ TEST_F(RemoveListsTest, AbbreviationsAndPricesGoWithTheirIndexEntriesAndFastKeys
     EXPECT_EQ(fast_key(3), "DISCUS");
     run(rmv_prices, "DISCUS\n");
     EXPECT_EQ(fast_key(3), "<none>");
+    db.bills_computed = 1;
     out = run(rmv_prices, "DISC\nASK21\n");
     EXPECT_TRUE(has(out, "? No such price \"DISC\". Type \"~\" to exit.\n")) << out;
     EXPECT_TRUE(has(out, "Removing prices for \"ASK21\"\n")) << out;
@@ -111,6 +112,7 @@ TEST_F(RemoveListsTest, AbbreviationsAndPricesGoWithTheirIndexEntriesAndFastKeys
     EXPECT_EQ(db.price_list, nullptr);
     EXPECT_TRUE(db.price_index.empty());
     EXPECT_EQ(db.price_changed, 1);
+    EXPECT_EQ(db.bills_computed, 0);
     fc_item("HOOKUP");
     ASSERT_NE(db.price_list, nullptr);
     EXPECT_STREQ(db.price_list->name, "HOOKUP");
