@@ -9,7 +9,6 @@
 #include <initializer_list>
 #include <vector>
 
-#include <sys/mman.h>
 #include <sys/stat.h>
 
 #include "conio/iosubs.h"
@@ -35,9 +34,7 @@ constexpr size_t kPiece = 200; // longest data-file line
 // no per-block header or bookkeeping, and a record lies beside its texts.
 // Each block is still counted as allocated and freed one by one, and a
 // chunk goes back to the heap when its last block is freed.
-// One chunk is one huge page of the processor where the system offers them:
-// a million flights then span a hundred pages, not sixty thousand.
-constexpr size_t kChunkBits = 21;
+constexpr size_t kChunkBits = 20;
 constexpr size_t kChunkSize = size_t{1} << kChunkBits;
 constexpr size_t kBatchLimit = 4096; // larger blocks come from malloc
 
@@ -163,9 +160,6 @@ void *errmalloc_batch(size_t size) {
         head = static_cast<ChunkHead *>(aligned_alloc(kChunkSize, kChunkSize));
         if (head == nullptr)
             out_of_memory(size);
-#ifndef __SANITIZE_ADDRESS__
-        madvise(head, kChunkSize, MADV_HUGEPAGE); // advice only: a refusal changes nothing
-#endif
         head->used = kHeadSize;
         head->live = 0;
         // The chunk being left stays until its last block is freed; one
