@@ -37,10 +37,10 @@ class RemoveCarvedTest : public DbTest {
         write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record +
                                       "SMITH\tJOHN\nCREDIT\tFULL\n" + record);
         std::string flights = "$VERSION 2\n";
-        for (int i = 1; i <= 12000; i++) {
+        for (int i = 1; i <= 30000; i++) {
             flights += "6-2-2005\t" + std::to_string(i) +
                        "\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t11:00\t11:20\n";
-            if (i == 6000)
+            if (i == 15000)
                 flights += "6-3-2005\t4\tSMITH,JOHN\tN9\tJ\tI\tAL\t\tTP\tPAWNEE\t3\t9:00\t9:45\n";
         }
         write_file("VNKFLGHT.HIS", flights);
@@ -77,7 +77,7 @@ TEST_F(RemoveCarvedTest, RemovedRecordsAreCountedFreedAndTheirChunksGoBackOnRese
     long lee_flights = 0;
     for (const flight *f = lee->flights; f; f = f->next, lee_flights++)
         ASSERT_STREQ(f->towpilot, "TP");
-    EXPECT_EQ(lee_flights, 12000);
+    EXPECT_EQ(lee_flights, 30000);
 
     output_of(fresh_start);
     EXPECT_EQ(net_blocks(), empty);
