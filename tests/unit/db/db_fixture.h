@@ -21,6 +21,32 @@ class DbTest : public TempDirTest {
         TempDirTest::TearDown();
     }
 
+    // A start afresh, as the program's next run would begin.
+    static void fresh_start() {
+        db_reset();
+        db_init();
+    }
+
+    // Lee and Smith on credit accounts, one hook-up price, and Lee's
+    // balance line as given (empty for none): the master files the crash
+    // and removal tests build their histories on.
+    static void write_two_member_masters(const std::string &balances) {
+        write_file("VNKABBRV.DAT", "$VERSION 1\n");
+        write_file("VNKBAL.DAT", "$VERSION 1\n" + balances);
+        write_file("VNKPRICE.DAT", "$VERSION 2\n\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n");
+        const std::string record = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
+                                   "-No eMail\n1 Main St\n\n";
+        write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record +
+                                      "SMITH\tJOHN\nCREDIT\tFULL\n" + record);
+    }
+
+    // Smith's misc charge already exported and his fuel sale of the period.
+    static void write_two_member_gas() {
+        write_file("VNKGASQU.HIS", "$VERSION 2\n$MISC\n6-1-2005\t1\t1\tSMITH,JOHN\tY\t1500\tTie\n");
+        write_file("VNKGAS.HIS",
+                   "$VERSION 2\n$GAS\n6-3-2005\t2\t1\tSMITH,JOHN\t3075\t100\t12.3\tN1\tJ\n");
+    }
+
     template <class T> static T *zeroed() {
         T *record = static_cast<T *>(errmalloc(sizeof(T)));
         memset(static_cast<void *>(record), 0, sizeof(T));

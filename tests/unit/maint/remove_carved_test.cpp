@@ -21,21 +21,10 @@ long net_blocks() {
 
 class RemoveCarvedTest : public DbTest {
   protected:
-    static void fresh_start() {
-        db_reset();
-        db_init();
-    }
-
     // Lee's many flights fill more than one chunk; Smith has one record of
     // each kind, read in among them.
     static void lay_out_club() {
-        write_file("VNKABBRV.DAT", "$VERSION 1\n");
-        write_file("VNKBAL.DAT", "$VERSION 1\n");
-        write_file("VNKPRICE.DAT", "$VERSION 2\n\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n");
-        const std::string record = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
-                                   "-No eMail\n1 Main St\n\n";
-        write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record +
-                                      "SMITH\tJOHN\nCREDIT\tFULL\n" + record);
+        write_two_member_masters("");
         std::string flights = "$VERSION 2\n";
         for (int i = 1; i <= 30000; i++) {
             flights += "6-2-2005\t" + std::to_string(i) +
@@ -45,9 +34,7 @@ class RemoveCarvedTest : public DbTest {
         }
         write_file("VNKFLGHT.HIS", flights);
         write_file("VNKFLGQU.HIS", "$VERSION 2\n");
-        write_file("VNKGASQU.HIS", "$VERSION 2\n$MISC\n6-1-2005\t1\t1\tSMITH,JOHN\tY\t1500\tTie\n");
-        write_file("VNKGAS.HIS",
-                   "$VERSION 2\n$GAS\n6-3-2005\t2\t1\tSMITH,JOHN\t3075\t100\t12.3\tN1\tJ\n");
+        write_two_member_gas();
         write_file("VNKPMNTQ.HIS", "$VERSION 3\n$PAYMENTS\n");
         write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n6-4-2005\t2500\t101\tSMITH,JOHN\tx\n");
     }

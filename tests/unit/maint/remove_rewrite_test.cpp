@@ -30,33 +30,20 @@ void note_flights_rename(FileStep step, const char *name) {
 
 class RemoveRewriteTest : public DbTest {
   protected:
-    static void fresh_start() {
-        db_reset();
-        db_init();
-    }
-
     // A small club whose history files are in the form a rewrite writes
     // them, so that rewriting a family that lost nothing gives the same
     // bytes: then every file but the day sheet history must stay as it was.
     static void lay_out_club() {
         for (const auto &e : std::filesystem::directory_iterator("."))
             std::filesystem::remove_all(e.path());
-        write_file("VNKABBRV.DAT", "$VERSION 1\n");
-        write_file("VNKBAL.DAT", "$VERSION 1\nLEE\tAL\t-1200\n");
-        write_file("VNKPRICE.DAT", "$VERSION 2\n\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n");
-        const std::string record = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
-                                   "-No eMail\n1 Main St\n\n";
-        write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record +
-                                      "SMITH\tJOHN\nCREDIT\tFULL\n" + record);
+        write_two_member_masters("LEE\tAL\t-1200\n");
         write_file("VNKFLGQU.HIS",
                    "$VERSION 2\n6-2-2005\t1\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t11:00\t11:20\n");
         write_file(
             "VNKFLGHT.HIS",
             "$VERSION 2\n6-3-2005\t4\tSMITH,JOHN\tN9\tJ\tI\tAL\t\tTP\tPAWNEE\t3\t9:00\t9:45\n"
             "6-3-2005\t5\tSMITH,JOHN\tN9\tJ\tO\t\t\tTP\tPAWNEE\t2\t10:00\t10:20\n");
-        write_file("VNKGASQU.HIS", "$VERSION 2\n$MISC\n6-1-2005\t1\t1\tSMITH,JOHN\tY\t1500\tTie\n");
-        write_file("VNKGAS.HIS",
-                   "$VERSION 2\n$GAS\n6-3-2005\t2\t1\tSMITH,JOHN\t3075\t100\t12.3\tN1\tJ\n");
+        write_two_member_gas();
         write_file("VNKPMNTQ.HIS", "$VERSION 3\n$PAYMENTS\n6-1-2005\t1000\t55\tLEE,AL\tdues\n");
         write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n6-4-2005\t2500\t101\tSMITH,JOHN\tx\n");
         output_of([] {
