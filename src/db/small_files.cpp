@@ -73,6 +73,12 @@ void do_r_abbrev() {
         if (words >= 2) {
             if (words < 3)
                 firstname[0] = '\0';
+            // A word longer than a line is cut into two by the scan; stored,
+            // the pieces would make a line the next read splits again.
+            if (strlen(name) + strlen(lastname) + strlen(firstname) + 2 > LINE_MAX_TEXT + 1) {
+                printf("? Illegal format line %d: %s", line_number, line);
+                continue;
+            }
             if (!fc_abbrev(name, lastname, firstname, false))
                 fc_abbrev(name, lastname, firstname, true);
             continue;
@@ -113,6 +119,7 @@ void do_r_balances() {
         return;
     FILE *file = fopen(db.balancesfile, "r");
     if (!file) {
+        note_file_read(db.balancesfile, errno != ENOENT, 0);
         printf("? Unable to read account balances file \"%s\"\n", db.balancesfile);
         return;
     }
@@ -155,7 +162,9 @@ void do_r_balances() {
         }
         c->balance = static_cast<int32_t>(static_cast<int64_t>(c->balance) + amount);
     }
-    fclose(file);
+    bool read_error = ferror(file) != 0;
+    read_error = fclose(file) != 0 || read_error;
+    note_file_read(db.balancesfile, read_error, 0);
     db.balances_read = 1;
 }
 
