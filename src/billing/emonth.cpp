@@ -28,9 +28,24 @@ void print_files_to_empty() {
         printf("\t%s\n", name);
 }
 
+// A new balance is the old balance plus the period's charges. When a file
+// that either half comes from is there but could not be read, the new
+// balances would be wrong and the next period would start from them, so
+// the period is not ended at all.
+bool period_fully_read() {
+    const char *name = unreadable_source();
+    const FileReadNote *balances = file_read_note(db.balancesfile);
+    if (name == nullptr && balances != nullptr && balances->unreadable)
+        name = db.balancesfile;
+    if (name == nullptr)
+        return true;
+    printf("? \"%s\" could not be read; the billing period was not ended.\n", name);
+    return false;
+}
+
 // Customers the bill run charged carry their new balance forward; the rest
 // keep theirs.
-void roll_balances() {
+bool roll_balances() {
     // The bill run has loaded them; without it, never write a balances file
     // from balances that were not read.
     // Reading the customers reads the balances too.
@@ -38,10 +53,13 @@ void roll_balances() {
         maybe_read();
     else if (!db.balances_read)
         do_r_balances();
+    if (!period_fully_read())
+        return false;
     for (customer *c = db.cust_list; c != nullptr; c = c->next)
         if (c->charges != nullptr)
             c->balance = getCurrentBalance(c);
     db.balances_changed = 1;
+    return true;
 }
 
 void start_history_files() {
@@ -96,7 +114,8 @@ void do_emonth() {
     if (!get_yesno("Have TIMES already been computed?", "NO"))
         do_times();
     do_bills(1, false);
-    roll_balances();
+    if (!roll_balances())
+        return;
 
     printf("Renaming %s to VNKBAL.OLD\n", db.balancesfile);
     move_to_old(db.balancesfile, "VNKBAL.OLD");

@@ -373,6 +373,16 @@ void r_old_cust_file(FILE *file) {
     }
 }
 
+// A read that stopped on an error (an unreadable disk block, a folder
+// where the file should be) leaves the customers half known, as bad for a
+// rewrite as no file at all.
+static void close_customer_file(FILE *file) {
+    bool read_error = ferror(file) != 0;
+    read_error = fclose(file) != 0 || read_error;
+    if (read_error)
+        note_file_read(db.customerfile, true, 0);
+}
+
 void do_r_cust() {
     FILE *file = fopen(db.customerfile, "r");
     // Without customers every history line would be billed to CASH.
@@ -391,7 +401,7 @@ void do_r_cust() {
         // next save. Its balances stay unread.
         rewind(file);
         r_old_cust_file(file);
-        fclose(file);
+        close_customer_file(file);
         return;
     }
     if (version > CURRENT_VERSION) {
@@ -427,7 +437,7 @@ void do_r_cust() {
         }
         line_number = read_member(c, file, line_number, version);
     }
-    fclose(file);
+    close_customer_file(file);
     do_r_balances();
 }
 

@@ -129,4 +129,23 @@ TEST_F(EndMonthSafety, AFullDiskStopsBeforeAnyFileChanges) {
     EXPECT_TRUE(fs::is_empty("periods"));
 }
 
+// New balances computed without the customers would bill the period to
+// CASH and roll the members' balances forward without their charges.
+TEST_F(EndMonthSafety, ACustomerFileThatCannotBeReadStopsTheClosing) {
+    lay_out_period();
+    fs::remove("VNKCUST.DAT");
+    fs::create_directory("VNKCUST.DAT");
+    std::string said = output_of([] { end_month(); });
+    EXPECT_TRUE(has(said, "? \"VNKCUST.DAT\" could not be read; the billing period was not ended."))
+        << said;
+    EXPECT_FALSE(has(said, "Renaming")) << said;
+    for (const auto &[name, text] : kPeriod) {
+        if (name != "VNKCUST.DAT") {
+            EXPECT_EQ(read_file(name), text) << name;
+        }
+    }
+    for (const auto &[name, old_name] : kOld)
+        EXPECT_FALSE(fs::exists(old_name)) << old_name;
+}
+
 } // namespace
