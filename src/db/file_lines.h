@@ -25,27 +25,38 @@ inline std::string upper(std::string text) {
     return text;
 }
 
-// Reads a signed decimal number as "%ld" would (leading blanks, a sign,
-// digits), but only when it fits the 32-bit fields the records hold: a
-// larger value does not read at all, so the reader reports the line
-// instead of storing a wrapped number. `end` receives where it stopped.
-inline bool scan_int32(const char *text, int32_t &value, const char **end = nullptr) {
-    const char *p = text;
+// Leading blanks, a sign and digits, as "%ld" reads them, leaving `p` past
+// the digits. The magnitude stops growing just beyond the 32-bit range, so
+// no number overflows however long. False when no digit is there.
+inline bool scan_digits(const char *&p, bool &negative, int64_t &magnitude) {
     while (isspace(static_cast<unsigned char>(*p)))
         p++;
-    bool negative = *p == '-';
+    negative = *p == '-';
     if (*p == '-' || *p == '+')
         p++;
     if (!isdigit(static_cast<unsigned char>(*p)))
         return false;
-    int64_t magnitude = 0;
+    magnitude = 0;
     while (isdigit(static_cast<unsigned char>(*p))) {
-        magnitude = magnitude * 10 + (*p++ - '0');
-        if (magnitude > int64_t{INT32_MAX} + 1)
-            return false;
+        if (magnitude <= int64_t{INT32_MAX} + 1)
+            magnitude = magnitude * 10 + (*p - '0');
+        p++;
     }
+    return true;
+}
+
+// Reads a signed decimal number as "%ld" would, but only when it fits the
+// 32-bit fields the records hold: a larger value does not read at all, so
+// the reader reports the line instead of storing a wrapped number. `end`
+// receives where it stopped.
+inline bool scan_int32(const char *text, int32_t &value, const char **end = nullptr) {
+    const char *p = text;
+    bool negative;
+    int64_t magnitude;
+    if (!scan_digits(p, negative, magnitude))
+        return false;
     int64_t v = negative ? -magnitude : magnitude;
-    if (v > INT32_MAX)
+    if (v > INT32_MAX || v < INT32_MIN)
         return false;
     value = static_cast<int32_t>(v);
     if (end != nullptr)
@@ -53,25 +64,16 @@ inline bool scan_int32(const char *text, int32_t &value, const char **end = null
     return true;
 }
 
-// The number sscanf's "%d" would read (leading blanks, a sign, digits),
-// held to the 32-bit range: sscanf would store a longer one as some other
-// number. False when no number is there. The readers' version checks then
-// report a held number as the bad version it is.
+// The number sscanf's "%d" would read, held to the 32-bit range: sscanf
+// would store a longer one as some other number. False when no number is
+// there. The readers' version checks then report a held number as the bad
+// version it is.
 inline bool scan_int_held(const char *text, int &value) {
     const char *p = text;
-    while (isspace(static_cast<unsigned char>(*p)))
-        p++;
-    bool negative = *p == '-';
-    if (*p == '-' || *p == '+')
-        p++;
-    if (!isdigit(static_cast<unsigned char>(*p)))
+    bool negative;
+    int64_t magnitude;
+    if (!scan_digits(p, negative, magnitude))
         return false;
-    int64_t magnitude = 0;
-    while (isdigit(static_cast<unsigned char>(*p))) {
-        if (magnitude <= int64_t{INT32_MAX} + 1)
-            magnitude = magnitude * 10 + (*p - '0');
-        p++;
-    }
     int64_t v = negative ? -magnitude : magnitude;
     value = static_cast<int32_t>(v > INT32_MAX ? INT32_MAX : v < INT32_MIN ? INT32_MIN : v);
     return true;
