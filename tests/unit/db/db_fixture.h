@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "db/db.h"
@@ -45,6 +46,25 @@ class DbTest : public TempDirTest {
         write_file("VNKGASQU.HIS", "$VERSION 2\n$MISC\n6-1-2005\t1\t1\tSMITH,JOHN\tY\t1500\tTie\n");
         write_file("VNKGAS.HIS",
                    "$VERSION 2\n$GAS\n6-3-2005\t2\t1\tSMITH,JOHN\t3075\t100\t12.3\tN1\tJ\n");
+    }
+
+    // A period of the two members with records in every history file and
+    // every companion, so that a doubled or lost one shows. The day sheet's
+    // second flight names `second` as account, plane and pilot.
+    static void lay_out_two_member_period(const std::string &second) {
+        for (const auto &e : std::filesystem::directory_iterator("."))
+            std::filesystem::remove_all(e.path());
+        write_two_member_masters("LEE\tAL\t-1200\n");
+        write_file("VNKFLGQU.HIS",
+                   "$VERSION 2\n6-2-2005\t1\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t11:00\t11:20\n");
+        write_file(
+            "VNKFLGHT.HIS",
+            "$VERSION 2\n6-3-2005\t4\tSMITH,JOHN\tN9\tJ\tI\tAL\t\tTP\tPAWNEE\t3\t9:00\t9:45\n"
+            "6-3-2005\t5\t" +
+                second + "\tO\t\t\tTP\tPAWNEE\t2\t10:00\t10:20\n");
+        write_two_member_gas();
+        write_file("VNKPMNTQ.HIS", "$VERSION 3\n$PAYMENTS\n6-1-2005\t1000\t55\tLEE,AL\tdues\n");
+        write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n6-4-2005\t2500\t101\tSMITH,JOHN\tx\n");
     }
 
     template <class T> static T *zeroed() {

@@ -16,20 +16,7 @@ class DboutCrashTest : public DbTest {
 
     // A club whose companions hold records, so that a doubled or lost
     // companion shows.
-    static void lay_out_club() {
-        for (const auto &e : std::filesystem::directory_iterator("."))
-            std::filesystem::remove_all(e.path());
-        write_two_member_masters("LEE\tAL\t-1200\n");
-        write_file("VNKFLGQU.HIS",
-                   "$VERSION 2\n6-2-2005\t1\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t11:00\t11:20\n");
-        write_file(
-            "VNKFLGHT.HIS",
-            "$VERSION 2\n6-3-2005\t4\tSMITH,JOHN\tN9\tJ\tI\tAL\t\tTP\tPAWNEE\t3\t9:00\t9:45\n"
-            "6-3-2005\t5\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t10:00\t10:20\n");
-        write_two_member_gas();
-        write_file("VNKPMNTQ.HIS", "$VERSION 3\n$PAYMENTS\n6-1-2005\t1000\t55\tLEE,AL\tdues\n");
-        write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n6-4-2005\t2500\t101\tSMITH,JOHN\tx\n");
-    }
+    static void lay_out_club() { lay_out_two_member_period("LEE,AL\tN9\tAL"); }
 
     static void dbout() {
         fresh_start();

@@ -23,6 +23,17 @@ class OutOfRangeTest : public DbTest {
         write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record);
     }
     static customer *lee() { return fc_cust("LEE", "AL", false); }
+
+    // What reading every file of the club printed.
+    static std::string read_everything() {
+        return output_of([] {
+            maybe_read();
+            do_r_flights(false);
+            do_r_gas(false);
+            do_r_payments(false);
+            do_r_balances();
+        });
+    }
 };
 
 TEST_F(OutOfRangeTest, PricesRefuseCostsBeyondTheMillsField) {
@@ -66,13 +77,7 @@ TEST_F(OutOfRangeTest, HistoryAndPaymentNumbersAreReportedNotWrapped) {
                               "6-4-2005\t2147483648\t4294967297\tLEE,AL\tx\n"
                               "6-4-2005\t2147483647\t-2147483648\tLEE,AL\ty\n");
     write_file("VNKBAL.DAT", "$VERSION 1\nLEE\tAL\t-2147483649\n");
-    std::string out = output_of([] {
-        maybe_read();
-        do_r_flights(false);
-        do_r_gas(false);
-        do_r_payments(false);
-        do_r_balances();
-    });
+    std::string out = read_everything();
     for (const char *message : {
              "? Looking for flight number on line 2. Got \"4294967297\"\n",
              "? Bad start time \"153722867280912931:00\" on line 3.",
@@ -119,13 +124,7 @@ TEST_F(OutOfRangeTest, VersionsAndFastKeysBeyondTheirFieldsAreReportedNotWrapped
     write_file("VNKFLGHT.HIS", std::string("$VERSION ") + huge + "\n");
     write_file("VNKGAS.HIS", std::string("$VERSION ") + huge + "\n");
     write_file("VNKPMNT.HIS", std::string("$VERSION ") + huge + "\n");
-    std::string out = output_of([] {
-        maybe_read();
-        do_r_flights(false);
-        do_r_gas(false);
-        do_r_payments(false);
-        do_r_balances();
-    });
+    std::string out = read_everything();
     EXPECT_EQ(count(out, "? Bad version number on line 1.\n"), 4) << out; // prices, abbrevs,
                                                                           // balances, payments
     EXPECT_EQ(count(out, "? Expected version number 2 found 2147483647.\n"), 2) << out;

@@ -34,18 +34,7 @@ class RemoveRewriteTest : public DbTest {
     // them, so that rewriting a family that lost nothing gives the same
     // bytes: then every file but the day sheet history must stay as it was.
     static void lay_out_club() {
-        for (const auto &e : std::filesystem::directory_iterator("."))
-            std::filesystem::remove_all(e.path());
-        write_two_member_masters("LEE\tAL\t-1200\n");
-        write_file("VNKFLGQU.HIS",
-                   "$VERSION 2\n6-2-2005\t1\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t11:00\t11:20\n");
-        write_file(
-            "VNKFLGHT.HIS",
-            "$VERSION 2\n6-3-2005\t4\tSMITH,JOHN\tN9\tJ\tI\tAL\t\tTP\tPAWNEE\t3\t9:00\t9:45\n"
-            "6-3-2005\t5\tSMITH,JOHN\tN9\tJ\tO\t\t\tTP\tPAWNEE\t2\t10:00\t10:20\n");
-        write_two_member_gas();
-        write_file("VNKPMNTQ.HIS", "$VERSION 3\n$PAYMENTS\n6-1-2005\t1000\t55\tLEE,AL\tdues\n");
-        write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n6-4-2005\t2500\t101\tSMITH,JOHN\tx\n");
+        lay_out_two_member_period("SMITH,JOHN\tN9\tJ");
         output_of([] {
             fresh_start();
             feed_input("YES\n");
