@@ -2,51 +2,56 @@
 # Times the whole bill run as a user runs it: VARNOK started on a synthetic
 # club, BILLS with the default answers, EXIT. Two clubs, C=2,000/F=100,000
 # and C=20,000/F=1,000,000 (fuel, misc and payments each F/5), each with
-# wall time, CPU time and peak memory, beside the awk floor measured in the
-# same run: one pass over the same history files summing each account's
-# amounts.
+# the median wall time (min-max) and peak memory of SAMPLES runs, taken in
+# turn with the awk floor: one pass over the same history files summing
+# each account's amounts.
 #
-#   bench/bill_run.sh BUILD
+#   bench/bill_run.sh BUILD [SMALL_C SMALL_F LARGE_C LARGE_F]
 #
 # BUILD holds varnok and bench/bench_gen_club (an optimised build).
 set -e
 build=$(cd "$1" && pwd)
 . "$(dirname "$0")/club_prices.sh"
+. "$(dirname "$0")/sampling.sh"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
+
+bills() {
+    timed "$club" "$dir/input"
+    grep -q 'statements printed' "$dir/output" || {
+        echo "the bill run did not finish:" >&2
+        tail "$dir/output" >&2
+        exit 1
+    }
+}
+
+awk_floor() {
+    cd "$club"
+    wall awk -F'\t' '
+        FILENAME ~ /FLGHT/ && !/[!$]/ { min[$3] += $13 - $12 }
+        FILENAME ~ /GAS/ && !/[!$]/ { cents[$4] += ($5 ~ /^[YN]$/) ? $6 : $5 }
+        FILENAME ~ /PMNT/ && !/[!$]/ { paid[$4] += $2 }
+        END { for (a in cents) n++; print n > "/dev/null" }' \
+        VNKFLGHT.HIS VNKGAS.HIS VNKPMNT.HIS
+    cd - >/dev/null
+}
 
 bill() {
     club="$dir/club$1"
     "$build/bench/bench_gen_club" "$club" "$1" "$2" >/dev/null
     complete_club "$club"
     printf 'BILLS\n\n\nEXIT\n' >"$dir/input"
-    start=$(date +%s.%N)
-    (cd "$club" && /usr/bin/time -f '%M %U %S' -o "$dir/mem" "$build/varnok" <"$dir/input" >"$dir/output")
-    end=$(date +%s.%N)
-    if ! grep -q 'statements printed' "$dir/output"; then
-        echo "the bill run did not finish:" >&2
-        tail "$dir/output" >&2
-        exit 1
-    fi
-    check_quiet "$dir/output"
-    wall=$(echo "$end - $start" | bc)
-    start=$(date +%s.%N)
-    (cd "$club" && awk -F'\t' '
-        FILENAME ~ /FLGHT/ && !/[!$]/ { min[$3] += $13 - $12 }
-        FILENAME ~ /GAS/ && !/[!$]/ { cents[$4] += ($5 ~ /^[YN]$/) ? $6 : $5 }
-        FILENAME ~ /PMNT/ && !/[!$]/ { paid[$4] += $2 }
-        END { for (a in cents) n++; print n > "/dev/null" }' \
-        VNKFLGHT.HIS VNKGAS.HIS VNKPMNT.HIS)
-    end=$(date +%s.%N)
-    floor=$(echo "$end - $start" | bc)
-    read -r kib user sys <"$dir/mem"
-    printf 'C=%-6d F=%-8d bill run %5.2f s (cpu %5.2f s)  peak %5d MiB  awk floor %5.2f s  ratio %5.1f\n' \
-        "$1" "$2" "$wall" "$(echo "$user + $sys" | bc)" $((kib / 1024)) "$floor" \
-        "$(echo "$wall / $floor" | bc -l)"
-    echo "$wall" >"$dir/wall$1"
+    sample "c$1" bills awk_floor
+    set -- "$1" "$2" "$(median_of "c$1" bills)" "$(median_of "c$1" awk_floor)"
+    printf 'C=%-6d F=%-8d bill run %s  peak %d MiB  awk floor %s  ratio %s\n' "$1" "$2" \
+        "$(figure "c$1" bills)" "$(peak_of "c$1" bills)" "$(figure "c$1" awk_floor)" \
+        "$(ratio "${3%% *}" "${4%% *}")"
+    echo "${3%% *}" >"$dir/wall$1"
     rm -rf "$club"
 }
 
-bill 2000 100000
-bill 20000 1000000
-printf 'large / small: %.1f\n' "$(echo "$(cat "$dir/wall20000") / $(cat "$dir/wall2000")" | bc -l)"
+small=${2:-2000}
+large=${4:-20000}
+bill "$small" "${3:-100000}"
+bill "$large" "${5:-1000000}"
+printf 'large / small: %s\n' "$(ratio "$(cat "$dir/wall$large")" "$(cat "$dir/wall$small")")"

@@ -6,15 +6,18 @@
 #   bench/enter_flights.sh BUILD [N] [CUSTOMERS] [FLIGHTS]
 #
 # BUILD holds varnok and bench/bench_gen_club (an optimised build). Prints
-# the time of an ENTER run with N flights and with none (the reread of the
-# history and the append dominate both), their difference per flight, and
-# the awk floor: one pass over the customer and day sheet files keying every
-# flight by account, date and number.
+# the median (min-max) of SAMPLES runs of ENTER with N flights (20,000 by
+# default, so that their cost stands well above the noise of the load) and
+# with none, their difference per flight, and the awk floor taken in turn
+# with them: one pass over the customer and day sheet files keying the
+# CASH account's flights by date and number, as the duplicate test must.
 set -e
 build=$(cd "$1" && pwd)
-n=${2:-2000}
+n=${2:-20000}
 customers=${3:-20000}
 flights=${4:-1000000}
+. "$(dirname "$0")/club_prices.sh"
+. "$(dirname "$0")/sampling.sh"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 
@@ -31,36 +34,37 @@ sheet() {
     done
     printf '0\nYES\nEXIT\n'
 }
+sheet "$n" >"$dir/with.in"
+sheet 0 >"$dir/without.in"
 
-run() {
-    rm -rf "$dir/run" && cp -R "$dir/club" "$dir/run"
-    sheet "$1" >"$dir/input"
-    start=$(date +%s.%N)
-    (cd "$dir/run" && "$build/varnok" <"$dir/input" >"$dir/output")
-    end=$(date +%s.%N)
-    if grep -q '^? ' "$dir/output"; then
-        echo "unexpected messages:" >&2
-        grep '^? ' "$dir/output" | head >&2
+fresh() { rm -rf "$dir/run" && cp -R "$dir/club" "$dir/run"; }
+
+with() {
+    fresh
+    timed "$dir/run" "$dir/with.in"
+    added=$(grep -c '	BENCHPILOT	' "$dir/run/VNKFLGHT.HIS" || true)
+    if [ "$added" -ne "$n" ]; then
+        echo "expected $n flights appended, found $added" >&2
         exit 1
     fi
-    echo "$end - $start" | bc
 }
 
-with=$(run "$n")
-added=$(grep -c '	BENCHPILOT	' "$dir/run/VNKFLGHT.HIS" || true)
-if [ "$added" -ne "$n" ]; then
-    echo "expected $n flights appended, found $added" >&2
-    exit 1
-fi
-without=$(run 0)
+without() {
+    fresh
+    timed "$dir/run" "$dir/without.in"
+}
 
-start=$(date +%s.%N)
-awk -F'\t' 'FNR == 1 { file++ } file == 2 && !/!/ { key[$3 FS $1 FS $2]++ }
-     END { print length(key) > "/dev/null" }' "$dir/club/VNKCUST.DAT" "$dir/club/VNKFLGHT.HIS"
-end=$(date +%s.%N)
-floor=$(echo "$end - $start" | bc)
+awk_floor() {
+    wall awk -F'\t' 'FNR == 1 { file++ } file == 2 && $3 == "CASH" { key[$1 FS $2]++ }
+         END { print length(key) > "/dev/null" }' "$dir/club/VNKCUST.DAT" "$dir/club/VNKFLGHT.HIS"
+}
 
+sample e with without awk_floor
+w=$(median_of e with | cut -d' ' -f1)
+wo=$(median_of e without | cut -d' ' -f1)
 echo "club: $customers customers, $flights flights; sheet of $n walk-in flights"
-echo "ENTER with $n flights: $with s; with none: $without s"
-echo "per flight typed: $(echo "scale=6; ($with - $without) / $n" | bc) s"
-echo "awk floor (read customers and day sheets, key every flight): $floor s"
+echo "ENTER with $n flights: $(figure e with), peak $(peak_of e with) MiB"
+echo "ENTER with none: $(figure e without)"
+echo "per flight typed: $(echo "$w $wo $n" | awk '{ printf "%.6f", ($1 - $2) / $3 }') s"
+echo "awk floor (read customers and day sheets, key the CASH flights): $(figure e awk_floor)"
+echo "ENTER with $n flights / floor: $(ratio "$w" "$(median_of e awk_floor | cut -d' ' -f1)")"

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Times TIMES and END-MONTH on a small and a large synthetic club, with the
-# wall time, CPU time and peak memory of each run, beside an awk floor on
-# the same files.
+# Times TIMES and END-MONTH on a small and a large synthetic club: the
+# median wall time (min-max) and peak memory of SAMPLES runs of each, taken
+# in turn with an awk floor on the same files.
 #
 #   bench/times_emonth.sh BUILD [SMALL_C SMALL_F LARGE_C LARGE_F]
 #
@@ -15,58 +15,51 @@
 set -e
 build=$(cd "$1" && pwd)
 . "$(dirname "$0")/club_prices.sh"
+. "$(dirname "$0")/sampling.sh"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 
-# Prints "wall_seconds cpu_seconds peak_MiB" for varnok run in $2 on the
-# input $1.
-measure() {
-    # The wall clock to the millisecond: time's own 10 ms would make the
-    # small club's figure, and so the ratio, jump by a tenth.
-    start=$(date +%s.%N)
-    (cd "$2" && /usr/bin/time -f '%U %S %M' -o "$dir/time" "$build/varnok" <"$1" >"$dir/output")
-    end=$(date +%s.%N)
-    check_quiet "$dir/output"
-    awk -v wall="$(echo "$end - $start" | bc)" '{ printf "%.3f %.2f %.0f", wall, $1 + $2, $3 / 1024 }' "$dir/time"
+fresh() { rm -rf "$dir/run" && cp -R "$dir/club" "$dir/run"; }
+
+times_run() {
+    fresh
+    timed "$dir/run" "$dir/times.in"
 }
 
-floor() {
-    start=$(date +%s.%N)
-    awk -F'\t' 'FNR == 1 { file++ }
-        file == 2 && !/!/ && !/^\$/ { m = $13 - $12; a[$4 FS $5] += m; t[$9 FS $1] += $11
-                                      if ($6 == "I") c[$7 FS $5] += m }
-        END { print length(a), length(t), length(c) > "/dev/null" }' \
-        "$1/VNKCUST.DAT" "$1/VNKFLGHT.HIS"
-    end=$(date +%s.%N)
-    echo "$end - $start" | bc
-}
-
-show() {
-    set -- $2 "$1" "$3"
-    printf '  %-10s %5.2f s (cpu %5.2f s), peak %4d MiB, %5.1f x the awk floor\n' \
-        "$4" "$1" "$2" "$3" "$(echo "$1 / $5" | bc -l)"
-}
-
-club() {
-    customers=$1
-    flights=$2
-    "$build/bench/bench_gen_club" "$dir/club" "$customers" "$flights" >/dev/null
-    complete_club "$dir/club"
-    printf 'TIMES\n\nEXIT\n' >"$dir/times.in"
-    printf 'END-MONTH\n\nYES\nNO\n\n\n\nEXIT\n' >"$dir/emonth.in"
-    rm -rf "$dir/run" && cp -R "$dir/club" "$dir/run"
-    times=$(measure "$dir/times.in" "$dir/run")
-    rm -rf "$dir/run" && cp -R "$dir/club" "$dir/run"
-    emonth=$(measure "$dir/emonth.in" "$dir/run")
+emonth_run() {
+    fresh
+    timed "$dir/run" "$dir/emonth.in"
     if [ ! -f "$dir/run/VNKFLGHT.OLD" ] || [ ! -d "$dir/run/periods" ]; then
         echo "END-MONTH did not close the period" >&2
         exit 1
     fi
-    awk_floor=$(floor "$dir/club")
-    echo "club: $customers customers, $flights flights; awk floor $awk_floor s"
-    show TIMES: "$times" "$awk_floor"
-    show END-MONTH: "$emonth" "$awk_floor"
-    echo "${times%% *} ${emonth%% *}" >"$dir/walls$customers"
+}
+
+awk_floor() {
+    wall awk -F'\t' 'FNR == 1 { file++ }
+        file == 2 && !/!/ && !/^\$/ { m = $13 - $12; a[$4 FS $5] += m; t[$9 FS $1] += $11
+                                      if ($6 == "I") c[$7 FS $5] += m }
+        END { print length(a), length(t), length(c) > "/dev/null" }' \
+        "$dir/club/VNKCUST.DAT" "$dir/club/VNKFLGHT.HIS"
+}
+
+show() {
+    printf '  %-10s %s, peak %4d MiB, %5s x the awk floor\n' "$1" "$(figure "$name" "$2")" \
+        "$(peak_of "$name" "$2")" "$(ratio "$(median_of "$name" "$2" | cut -d' ' -f1)" "$floor")"
+}
+
+club() {
+    name=c$1
+    "$build/bench/bench_gen_club" "$dir/club" "$1" "$2" >/dev/null
+    complete_club "$dir/club"
+    printf 'TIMES\n\nEXIT\n' >"$dir/times.in"
+    printf 'END-MONTH\n\nYES\nNO\n\n\n\nEXIT\n' >"$dir/emonth.in"
+    sample "$name" times_run emonth_run awk_floor
+    floor=$(median_of "$name" awk_floor | cut -d' ' -f1)
+    echo "club: $1 customers, $2 flights; awk floor $(figure "$name" awk_floor)"
+    show TIMES: times_run
+    show END-MONTH: emonth_run
+    echo "$(median_of "$name" times_run | cut -d' ' -f1) $(median_of "$name" emonth_run | cut -d' ' -f1)" >"$dir/walls$1"
     rm -rf "$dir/club" "$dir/run"
 }
 
@@ -76,5 +69,4 @@ club "$small" "${3:-100000}"
 club "$large" "${5:-1000000}"
 read -r ts es <"$dir/walls$small"
 read -r tl el <"$dir/walls$large"
-printf 'large / small: TIMES %.1f, END-MONTH %.1f\n' "$(echo "$tl / $ts" | bc -l)" \
-    "$(echo "$el / $es" | bc -l)"
+printf 'large / small: TIMES %s, END-MONTH %s\n' "$(ratio "$tl" "$ts")" "$(ratio "$el" "$es")"

@@ -1,0 +1,59 @@
+# Sourced by the benchmark scripts. One sample of anything swings by a
+# third on a shared machine, so every figure is the median of several runs,
+# taken in turn with the floor beside it: a slow minute slows both alike.
+#
+#   SAMPLES (default 5, at least 5 for a figure worth quoting)
+#   sample NAME FUNCTION...  runs FUNCTION... in turn SAMPLES times; each
+#                            prints "wall_seconds [cpu_seconds peak_MiB]",
+#                            kept in $dir/NAME.<function>
+#   median_of NAME FUNCTION  "median min max" of the wall times
+#   peak_of NAME FUNCTION    the largest peak memory in MiB
+#   figure NAME FUNCTION     "1.234 s (1.200-1.300)"
+SAMPLES=${SAMPLES:-5}
+
+now() { date +%s.%N; }
+
+sample() {
+    name=$1
+    shift
+    for fn in "$@"; do : >"$dir/$name.$fn"; done
+    i=0
+    while [ "$i" -lt "$SAMPLES" ]; do
+        for fn in "$@"; do "$fn" >>"$dir/$name.$fn"; done
+        i=$((i + 1))
+    done
+}
+
+median_of() {
+    cut -d' ' -f1 "$dir/$1.$2" | sort -n | awk '{ v[NR] = $1 }
+        END { m = NR % 2 ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2
+              printf "%.3f %.3f %.3f", m, v[1], v[NR] }'
+}
+
+peak_of() { awk 'NF >= 3 && $3 > p { p = $3 } END { printf "%d", p }' "$dir/$1.$2"; }
+
+figure() {
+    median_of "$1" "$2" | awk '{ printf "%.3f s (%.3f-%.3f)", $1, $2, $3 }'
+}
+
+# ratio A B: A / B to two decimals.
+ratio() { echo "$1 $2" | awk '{ printf "%.2f", $1 / $2 }'; }
+
+# timed DIR INPUT: runs varnok in DIR on INPUT, prints "wall cpu peak_MiB".
+# The wall clock to the millisecond: time's own 10 ms would make the small
+# club's figure, and so the ratio, jump by a tenth.
+timed() {
+    start=$(now)
+    (cd "$1" && /usr/bin/time -f '%U %S %M' -o "$dir/time" "$build/varnok" <"$2" >"$dir/output")
+    end=$(now)
+    check_quiet "$dir/output"
+    awk -v wall="$(echo "$end - $start" | bc)" '{ printf "%.3f %.2f %.0f\n", wall, $1 + $2, $3 / 1024 }' "$dir/time"
+}
+
+# wall COMMAND...: the wall time of a floor command.
+wall() {
+    start=$(now)
+    "$@"
+    end=$(now)
+    echo "$end - $start" | bc
+}
