@@ -9,14 +9,16 @@
 static void usage() {
     printf("%s - billing and records for a glider club.\n"
            "\n"
-           "Usage: varnok [--version | --help]\n"
+           "Usage: varnok [--version | --help | --new-club DIR]\n"
            "\n"
            "Run it in the directory that holds the club's data files\n"
            "(VNKPRICE.DAT, VNKCUST.DAT, ...); it reads and writes them there\n"
            "and takes its commands from the console.\n"
            "\n"
            "  --version  print the program's version and exit\n"
-           "  --help     print this text and exit\n",
+           "  --help     print this text and exit\n"
+           "  --new-club DIR\n"
+           "             make DIR a new, empty club and say what to do next\n",
            program_name);
 }
 
@@ -30,6 +32,8 @@ int main(int argc, char **argv) {
             usage();
             return 0;
         }
+        if (argc == 3 && strcmp(argv[1], "--new-club") == 0)
+            return new_club(argv[2]);
         fprintf(stderr, "varnok: unknown argument \"%s\" (try --help)\n", argv[1]);
         return 2;
     }
