@@ -23,6 +23,9 @@ static void usage() {
 }
 
 int main(int argc, char **argv) {
+    // A file-size limit must make a write fail, which the writer reports
+    // and survives, rather than kill the program half-way through a save.
+    signal(SIGXFSZ, SIG_IGN);
     if (argc > 1) {
         if (argc == 2 && strcmp(argv[1], "--version") == 0) {
             printf("%s\n", program_version);
@@ -37,9 +40,6 @@ int main(int argc, char **argv) {
         fprintf(stderr, "varnok: unknown argument \"%s\" (try --help)\n", argv[1]);
         return 2;
     }
-    // A file-size limit must make a write fail, which the writer reports
-    // and survives, rather than kill the program half-way through a save.
-    signal(SIGXFSZ, SIG_IGN);
     // A bill run frees and rereads a month of history records, millions of
     // small blocks. Freed into the fast bins they would all be merged in one
     // long pass at the next large allocation; merged as they are freed the

@@ -35,6 +35,11 @@ done
 diff -r "$dir/before" "$dir/club" >&2 || fail "the refused run changed the club"
 [ "$(ls "$dir/other")" = VNKGAS.HIS ] || fail "the refused run wrote into other"
 
+# A club that cannot be written whole is not left half-written.
+(ulimit -f 0 && "$varnok" --new-club "$dir/full" 2>&1 || echo "status $?") | cat >"$dir/console"
+grep -q 'cannot write' "$dir/console" && grep -qx 'status 1' "$dir/console" &&
+    [ -z "$(ls "$dir/full")" ] || fail "half a club left"
+
 # ASK21 at $30 an hour, a $20 hook-up and $10 per thousand feet; John Smith
 # flies half an hour on a 2,000 ft tow: $40.00 tow, $15.00 rental.
 printf '%s\n' 'ADD PRICE' ASK21 1 '' 30 YES HOOKUP 0 '' 20 YES THOUSAND '' '' 10 NO \

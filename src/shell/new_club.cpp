@@ -87,6 +87,9 @@ int new_club(const char *dir) {
         std::string path = path_in(dir, f.name);
         if (!write_file(path, f.text)) {
             fprintf(stderr, "varnok: cannot write \"%s\": %s\n", path.c_str(), strerror(errno));
+            // Half a club would be refused by the next try; none is not.
+            for (const ClubFile *g = kFiles; g != &f; g++)
+                safe_unlink(path_in(dir, g->name).c_str());
             return 1;
         }
     }
