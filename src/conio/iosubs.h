@@ -89,7 +89,10 @@ int date_compare(const char *a, const char *b);
 long get_time(const char *prompt, long old);
 bool parse_time(const char *text, int *hour, int *minute);
 long get_number(const char *prompt, long def);
-long get_fixed_number(const char *prompt, int places, const char *def, bool allowNegative);
+// `meaning`, when given, is printed after the help line: what the number
+// stands for at this question.
+long get_fixed_number(const char *prompt, int places, const char *def, bool allowNegative,
+                      const char *meaning = nullptr);
 double get_float(const char *prompt, double def, bool allowNegative);
 
 bool parse_phone(const char *text, int *area, int *exchange, int *number, int *extension);

@@ -323,7 +323,8 @@ void restore_sigpipe() {
 
 // Starts the print command with a pipe to its standard input. The command
 // line comes from VARNOK_PRINTER so that a club can name its own spooler.
-FILE *start_spooler(pid_t *pid) {
+// When the command cannot be started, *spawn_error says why.
+FILE *start_spooler(pid_t *pid, int *spawn_error) {
     const char *command = getenv(kPrinterVariable);
     std::vector<std::string> words = split_on_blanks(text_or_empty(command));
     if (words.empty())
@@ -357,6 +358,7 @@ FILE *start_spooler(pid_t *pid) {
     close(fds[0]);
     if (rc != 0) {
         close(fds[1]);
+        *spawn_error = rc;
         return nullptr;
     }
     FILE *fp = fdopen(fds[1], "w");
@@ -431,16 +433,28 @@ FILE *open_o_file(const char *name, const char *kind) {
     if (name == nullptr || *name == '\0')
         return open_failed(name, kind);
     OpenOutput entry;
+    int spawn_error = 0;
     if (is_printer(name)) {
-        entry.fp = start_spooler(&entry.spooler);
+        entry.fp = start_spooler(&entry.spooler, &spawn_error);
     } else {
         // Written under a temporary name and renamed at close, so a report
         // that fails half-way never replaces the previous good copy.
         entry.safe = true;
         entry.fp = safe_open(entry.sf, name);
     }
-    if (entry.fp == nullptr)
-        return open_failed(name, kind);
+    if (entry.fp == nullptr) {
+        open_failed(name, kind);
+        // A machine without the default spooler is common; the bare message
+        // would not tell the treasurer what to set.
+        if (spawn_error != 0) {
+            const char *command = getenv(kPrinterVariable);
+            if (split_on_blanks(text_or_empty(command)).empty())
+                command = kDefaultSpooler;
+            printf("? Could not start print command \"%s\": %s; %s names another.\n", command,
+                   strerror(spawn_error), kPrinterVariable);
+        }
+        return nullptr;
+    }
     out.open_files.push_back(entry);
     begin_output(entry.fp);
     return entry.fp;

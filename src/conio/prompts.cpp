@@ -302,12 +302,15 @@ Fixed parse_fixed(const char *word, int places, bool allowNegative, long *result
 
 } // namespace
 
-long get_fixed_number(const char *prompt, int places, const char *def, bool allowNegative) {
+long get_fixed_number(const char *prompt, int places, const char *def, bool allowNegative,
+                      const char *meaning) {
     def = or_empty(def);
     for (;;) {
         char *word = get_commandWord(prompt, def, true);
         if (is(word, "?")) {
             printf("Enter a number with decimal and fraction.\n");
+            if (meaning != nullptr)
+                printf("%s\n", meaning);
             errfree(word);
             continue;
         }

@@ -25,6 +25,8 @@ abbrev *modify_abbrev(const char *name);
 // ---- Prices, lists and settings (prices_edit.cpp, create.cpp, change.cpp) -----
 
 void add_price();
+// One line on what an item's price stands for (price_units.cpp).
+const char *price_meaning(const char *item);
 void create_category();
 void create_flag();
 void create_grade();

@@ -2,6 +2,7 @@
 // category, kept in thousandths of a dollar.
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 #include "maint/maint.h"
 
@@ -52,8 +53,9 @@ long ask_cost(const price *item, const char *cat) {
         snprintf(shown, sizeof shown, "-%ld.%03ld", -cost / 1000, -cost % 1000);
     else
         snprintf(shown, sizeof shown, "%ld.%03ld", cost / 1000, cost % 1000);
+    std::string meaning = std::string(item->name) + ": " + price_meaning(item->name);
     for (;;) {
-        long amount = get_fixed_number("New price to charge", 3, shown, true);
+        long amount = get_fixed_number("New price to charge", 3, shown, true, meaning.c_str());
         if (amount >= INT32_MIN && amount <= INT32_MAX)
             return amount;
         printf("? A price can be at most 2147483.647.\n");

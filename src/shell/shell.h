@@ -36,5 +36,10 @@ void do_print();
 void do_write();
 void do_options();
 
+// varnok --new-club DIR: makes DIR a club ready for its first prices,
+// customers and flights; refuses a folder that already holds one. Returns
+// the program's exit status.
+int new_club(const char *dir);
+
 // Start-up and RESET: every layer back to its start-up state, nothing read.
 void do_init();
