@@ -90,6 +90,10 @@ bool map_columns(const std::vector<std::string> &header, ColumnMap &map) {
 void print_column_names() {
     printf("The first line of the file names the columns, in any order and letter case,\n");
     printf("separated by commas or semicolons (* every flight needs):\n");
-    for (const Names &n : kNames)
-        printf("  %-11s%c %s\n", n.name, n.required ? '*' : ' ', n.synonyms);
+    for (const Names &n : kNames) {
+        if (n.synonyms[0] == '\0')
+            printf("  %s%s\n", n.name, n.required ? " *" : "");
+        else
+            printf("  %-11s%c %s\n", n.name, n.required ? '*' : ' ', n.synonyms);
+    }
 }
