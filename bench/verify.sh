@@ -60,7 +60,7 @@ club() {
     v=$(median <"$dir/v")
     f=$(median <"$dir/f")
     printf 'C=%-6d F=%-8d VERIFY %6.3f s  awk floor %6.3f s  ratio %4.2f  (%s)\n' "$1" "$2" \
-        "$v" "$f" "$(echo "$v / $f" | bc -l)" "$(tail -1 "$dir/output" | sed 's/^VARNOK: //')"
+        "$v" "$f" "$(echo "$v / $f" | bc -l)" "$(grep -o "[0-9]* findings*\.\|Nothing found" "$dir/output")"
     rm -rf "$dir/club"
 }
 
