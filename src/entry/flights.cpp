@@ -154,17 +154,28 @@ std::string default_tow_height(const customer *c) {
     return def;
 }
 
-void do_flights(bool is_glider) {
-    maybe_read();
+bool start_day_sheet() {
     // Forced, companion included, so that the duplicate test sees every
     // flight already stored for the period.
     free_flights();
     do_r_flights(true);
 
     if (!open_temporary(db.daytempfile, "day sheet"))
-        return;
+        return false;
     temporary_line("$VERSION 2");
     temporary_line("!Date\tNumber\tAccount\t\tPlane\tPilot\tType\tCFI\tPass");
+    return true;
+}
+
+void remember_day_sheet() {
+    remember("Remember this data in the permanent history file", db.daysheetfile, db.daytempfile,
+             drop_flights);
+}
+
+void do_flights(bool is_glider) {
+    maybe_read();
+    if (!start_day_sheet())
+        return;
 
     WorkingFlight w;
     flight &f = w.f;
@@ -211,6 +222,5 @@ void do_flights(bool is_glider) {
     bool written = close_temporary();
     entry.flight_number = next;
     if (written)
-        remember("Remember this data in the permanent history file", db.daysheetfile,
-                 db.daytempfile, drop_flights);
+        remember_day_sheet();
 }

@@ -218,10 +218,6 @@ bool read_whole_file(const char *name, std::string &data) {
     return ok;
 }
 
-void drop_flights() {
-    free_flights();
-}
-
 } // namespace
 
 void do_import() {
@@ -248,14 +244,8 @@ void do_import() {
     if (!map_columns(rows[0].fields, map))
         return;
 
-    // As ENTER does: every flight stored for the period, companion file
-    // included, so that the duplicate test sees them all.
-    free_flights();
-    do_r_flights(true);
-    if (!open_temporary(db.daytempfile, "day sheet"))
+    if (!start_day_sheet())
         return;
-    temporary_line("$VERSION 2");
-    temporary_line("!Date\tNumber\tAccount\t\tPlane\tPilot\tType\tCFI\tPass");
 
     RowReader reader;
     FlightIndex stored;
@@ -312,6 +302,5 @@ void do_import() {
     if (!reader.taken.empty())
         entry.flight_number = next_number(reader.taken.back().f.number);
     if (written && !reader.taken.empty())
-        remember("Remember this data in the permanent history file", db.daysheetfile,
-                 db.daytempfile, drop_flights);
+        remember_day_sheet();
 }

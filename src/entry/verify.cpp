@@ -12,32 +12,9 @@
 
 namespace {
 
-enum { MAX_FIELDS = 16, LINE_MAX_TEXT = 4096 };
+enum { LINE_MAX_TEXT = 4096 };
 
-// A history line cut at its tabs, in place; missing fields read as "".
-class Fields {
-  public:
-    explicit Fields(char *text) {
-        char *p = text;
-        while (count_ < MAX_FIELDS) {
-            field_[count_++] = p;
-            char *tab = strchr(p, '\t');
-            if (tab == nullptr)
-                break;
-            *tab = '\0';
-            p = tab + 1;
-        }
-    }
-    char *operator[](int n) {
-        static char empty[1];
-        empty[0] = '\0';
-        return n >= 1 && n <= count_ ? field_[n - 1] : empty;
-    }
-
-  private:
-    char *field_[MAX_FIELDS] = {};
-    int count_ = 0;
-};
+using dbfile::Fields;
 
 int32_t number(const char *text) {
     int32_t value = 0;
