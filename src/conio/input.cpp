@@ -218,6 +218,10 @@ void i_ignoreRestOfLine(bool quiet) {
     in.restOfLastLine = (char *)errfree(in.restOfLastLine);
 }
 
+bool i_restOfLinePending() {
+    return in.restOfLastLine != nullptr;
+}
+
 void i_endUserInput() {
     i_ignoreRestOfLine(true);
     closeAllIndirectFiles();

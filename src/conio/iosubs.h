@@ -50,6 +50,9 @@ char *getLineFromLogicalUser(char *buffer, int maxLength, const char *def);
 char *getuser(const char *prompt, const char *def, bool upperCase);
 void i_giveBackLine(char *text);
 void i_ignoreRestOfLine(bool quiet);
+// Whether words typed after the command word wait to answer the next
+// prompt: a command that takes an optional argument asks only then.
+bool i_restOfLinePending();
 void i_endUserInput();
 bool addIndirectFile(const char *name);
 void closeCurrentIndirectFile();

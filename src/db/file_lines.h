@@ -89,6 +89,35 @@ inline bool scan_version(const char *line, int &version) {
     return scan_int_held(p + 8, version);
 }
 
+// One line of a history file cut into its tab-separated fields, in place.
+// Empty fields count: two tabs in a row enclose an empty field. Fields past
+// the end of the line read as empty text.
+class Fields {
+  public:
+    enum { MAX = 16 };
+    explicit Fields(char *text) {
+        char *p = text;
+        while (count_ < MAX) {
+            field_[count_++] = p;
+            char *tab = strchr(p, '\t');
+            if (tab == nullptr)
+                break;
+            *tab = '\0';
+            p = tab + 1;
+        }
+    }
+    // Numbered from 1; always writable.
+    char *operator[](int n) {
+        static char empty[1];
+        empty[0] = '\0';
+        return n >= 1 && n <= count_ ? field_[n - 1] : empty;
+    }
+
+  private:
+    char *field_[MAX] = {};
+    int count_ = 0;
+};
+
 // A period file holds only a few dozen distinct dates; remembering their
 // conversions spares the calendar arithmetic (and the time zone lookup)
 // on every line.

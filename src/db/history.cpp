@@ -22,8 +22,9 @@
 namespace {
 
 using dbfile::DateCache;
+using dbfile::Fields;
 
-enum { LINE_MAX_TEXT = 200, MAX_FIELDS = 16, CTRL_Z = 26 };
+enum { LINE_MAX_TEXT = 200, CTRL_Z = 26 };
 
 // The lines of the file being read that were reported and read with a
 // default; a later rewrite keeps a copy of such a file first.
@@ -48,34 +49,6 @@ __attribute__((format(printf, 1, 2))) void bad_value(const char *format, ...) {
         bad.last_counted = bad.line;
     }
 }
-
-// One line of a history file cut into its tab-separated fields. Empty
-// fields count: two tabs in a row enclose an empty field. Fields past the
-// end of the line read as empty text.
-class Fields {
-  public:
-    explicit Fields(char *text) {
-        char *p = text;
-        while (count_ < MAX_FIELDS) {
-            field_[count_++] = p;
-            char *tab = strchr(p, '\t');
-            if (tab == nullptr)
-                break;
-            *tab = '\0';
-            p = tab + 1;
-        }
-    }
-    // Numbered from 1; always writable.
-    char *operator[](int n) {
-        static char empty[1];
-        empty[0] = '\0';
-        return n >= 1 && n <= count_ ? field_[n - 1] : empty;
-    }
-
-  private:
-    char *field_[MAX_FIELDS] = {};
-    int count_ = 0;
-};
 
 // Reads the next line that counts: a line starting with Ctrl-Z is skipped
 // without advancing the line number.

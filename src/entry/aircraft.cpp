@@ -28,19 +28,41 @@ bool whole_number(const char *text, int &value) {
 
 } // namespace
 
+const char *fast_key_item(const char *answer) {
+    int key = 0;
+    if (whole_number(answer, key) && key >= 1 && key <= FAST_KEYS)
+        return db.nnumbers[key - 1];
+    return nullptr;
+}
+
 char *ask_aircraft(const char *previous) {
     for (int key = 1; key <= FAST_KEYS; key++)
         if (db.nnumbers[key - 1] != nullptr)
             printf("\t%d\t%s\n", key, db.nnumbers[key - 1]);
     CompletionScope offer(complete_items, CompletionSpan::WORD);
     char *answer = get_word("Aircraft flown", previous, true);
-    int key = 0;
-    if (whole_number(answer, key) && key >= 1 && key <= FAST_KEYS &&
-        db.nnumbers[key - 1] != nullptr) {
-        replace_str(&answer, db.nnumbers[key - 1]);
+    if (const char *item = fast_key_item(answer)) {
+        replace_str(&answer, item);
         printf("Matched: %s\n", answer);
     }
     return answer;
+}
+
+towplane *towplane_answer(const char *answer, const char **refusal) {
+    int slot = 0;
+    *refusal = nullptr;
+    if (is_blank(answer)) {
+        *refusal = "Tug name must not be blank";
+        return nullptr;
+    }
+    if (whole_number(answer, slot) && slot >= 1 && slot <= TUG_TABLE_SIZE &&
+        db.tugList[slot - 1].tugname[0] != '\0')
+        return &db.tugList[slot - 1];
+    // A new name takes the first free row; a full table says so.
+    towplane *chosen = fc_tug(answer, true);
+    if (chosen == nullptr)
+        *refusal = "Tow plane must be set.";
+    return chosen;
 }
 
 towplane *ask_towplane(const towplane *previous) {
@@ -51,20 +73,15 @@ towplane *ask_towplane(const towplane *previous) {
     CompletionScope offer(complete_towplanes, CompletionSpan::WORD);
     for (;;) {
         char *answer = get_word("Towplane", def, true);
-        towplane *chosen = nullptr;
+        const char *refusal = nullptr;
         int slot = 0;
-        if (is_blank(answer)) {
-            printf("? Tug name must not be blank\n");
-        } else if (whole_number(answer, slot) && slot >= 1 && slot <= TUG_TABLE_SIZE &&
-                   db.tugList[slot - 1].tugname[0] != '\0') {
-            chosen = &db.tugList[slot - 1];
+        bool by_slot = whole_number(answer, slot) && slot >= 1 && slot <= TUG_TABLE_SIZE &&
+                       db.tugList[slot - 1].tugname[0] != '\0';
+        towplane *chosen = towplane_answer(answer, &refusal);
+        if (refusal != nullptr)
+            printf("? %s\n", refusal);
+        else if (by_slot)
             printf("Matched: %s\n", chosen->tugname);
-        } else {
-            // A new name takes the first free row; a full table says so.
-            chosen = fc_tug(answer, true);
-            if (chosen == nullptr)
-                printf("? Tow plane must be set.\n");
-        }
         errfree(answer);
         if (chosen != nullptr)
             return chosen;

@@ -32,3 +32,7 @@ void do_gas();
 void do_misc(bool is_charge);
 void do_payments();
 void do_balance();
+// VERIFY: lists what the bill run would charge wrongly or not at all.
+void do_verify();
+// IMPORT: flights from a CSV file, through the checks of flight entry.
+void do_import();

@@ -10,6 +10,7 @@
 #include "entry/dialogue.h"
 #include "entry/entry.h"
 #include "entry/flight_index.h"
+#include "entry/flight_rules.h"
 
 namespace {
 
@@ -60,15 +61,13 @@ void ask_people(WorkingFlight &w) {
 }
 
 int ask_tow_height(const customer *c) {
-    // The rate is in thousandths; the default shows thousands of feet.
-    long height = lookup_rate("DEFAULT-TOWHEIGHT", c->category, false) / 100;
-    char def[32];
-    snprintf(def, sizeof def, "%ld.%ld", height / 10, height % 10);
+    std::string def = default_tow_height(c);
     for (;;) {
-        long h = get_fixed_number("Tow height", 1, def, false);
-        if (h >= 0 && h <= 99)
+        long h = get_fixed_number("Tow height", 1, def.c_str(), false);
+        std::string refusal = tow_height_refusal(h);
+        if (refusal.empty())
             return (int)h;
-        printf("? Tow height of %d.%1d is unreasonable.\n", (int)(h / 10), (int)(h % 10));
+        printf("? %s\n", refusal.c_str());
     }
 }
 
@@ -76,10 +75,10 @@ void ask_times(flight &f) {
     for (;;) {
         f.start = (int32_t)get_time("Start time", f.start);
         f.end = (int32_t)get_time("End time", f.start);
-        long minutes = (long)f.end - f.start;
-        if (minutes >= 0 && minutes <= MAX_DURATION)
+        std::string refusal = duration_refusal((long)f.end - f.start);
+        if (refusal.empty())
             return;
-        printf("? Flight duration of %ld:%2ld is unreasonable.\n", minutes / 60, minutes % 60);
+        printf("? %s\n", refusal.c_str());
     }
 }
 
@@ -129,17 +128,54 @@ void drop_flights() {
 
 } // namespace
 
-void do_flights(bool is_glider) {
-    maybe_read();
+std::string duration_refusal(long minutes) {
+    if (minutes >= 0 && minutes <= MAX_DURATION)
+        return "";
+    char text[96];
+    snprintf(text, sizeof text, "Flight duration of %ld:%2ld is unreasonable.", minutes / 60,
+             minutes % 60);
+    return text;
+}
+
+std::string tow_height_refusal(long height) {
+    if (height >= 0 && height <= 99)
+        return "";
+    char text[96];
+    snprintf(text, sizeof text, "Tow height of %d.%1d is unreasonable.", (int)(height / 10),
+             (int)(height % 10));
+    return text;
+}
+
+std::string default_tow_height(const customer *c) {
+    // The rate is in thousandths; the default shows thousands of feet.
+    long height = lookup_rate("DEFAULT-TOWHEIGHT", c->category, false) / 100;
+    char def[32];
+    snprintf(def, sizeof def, "%ld.%ld", height / 10, height % 10);
+    return def;
+}
+
+bool start_day_sheet() {
     // Forced, companion included, so that the duplicate test sees every
     // flight already stored for the period.
     free_flights();
     do_r_flights(true);
 
     if (!open_temporary(db.daytempfile, "day sheet"))
-        return;
+        return false;
     temporary_line("$VERSION 2");
     temporary_line("!Date\tNumber\tAccount\t\tPlane\tPilot\tType\tCFI\tPass");
+    return true;
+}
+
+void remember_day_sheet() {
+    remember("Remember this data in the permanent history file", db.daysheetfile, db.daytempfile,
+             drop_flights);
+}
+
+void do_flights(bool is_glider) {
+    maybe_read();
+    if (!start_day_sheet())
+        return;
 
     WorkingFlight w;
     flight &f = w.f;
@@ -186,6 +222,5 @@ void do_flights(bool is_glider) {
     bool written = close_temporary();
     entry.flight_number = next;
     if (written)
-        remember("Remember this data in the permanent history file", db.daysheetfile,
-                 db.daytempfile, drop_flights);
+        remember_day_sheet();
 }

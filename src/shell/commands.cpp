@@ -43,6 +43,10 @@ const command commands[] = {
     {"TIMES", do_times, 1, 0},
     {"TYPE", do_type, 1, 0},
     {"WRITE", do_write, 1, 0},
+    // Rows added later go last, so that no abbreviation typed so far
+    // changes its meaning.
+    {"VERIFY", do_verify, 1, 0},
+    {"IMPORT", do_import, 1, 0},
     {nullptr, nullptr, 0, 0},
 };
 
