@@ -74,7 +74,9 @@ void ask_amount_and_reason(WorkingMisc &w, bool is_charge) {
     long cents = ask_amount(is_charge ? "Amount of charge" : "Amount of credit", "0.00", 10000,
                             "More than $100.00 are you sure", nullptr);
     w.m.charge = (int32_t)(is_charge ? cents : -cents);
-    take_answer(&w.m.why, get_line("Charge (credit) made for", w.m.why, false, true));
+    ask_text(
+        &w.m.why, [&w] { return get_line("Charge (credit) made for", w.m.why, false, true); },
+        [&w] { o_misc_struct(&w.m, 0, false, true); });
     w.m.taxable = get_yesno("Is charge (credit) taxable", w.m.taxable ? "YES" : "NO") ? 1 : 0;
 }
 
@@ -138,7 +140,7 @@ void do_misc(bool is_charge) {
         set_invoice_number(&m.invoice, group.active ? nullptr : w.account);
         ask_amount_and_reason(w, is_charge);
         echo(w, group, is_charge);
-        if (!line_is_right(true))
+        if (!line_is_right(true) || !record_fits([&m] { o_misc_struct(&m, 0, false, true); }))
             continue;
         int charged = 1;
         if (group.active) {
