@@ -25,6 +25,16 @@ bool close_temporary();
 // history file, marks bills and times for recomputation and drops the
 // records held in memory (`drop`) so that the next use reads them again.
 void remember(const char *question, const char *history, const char *temporary, void (*drop)());
+// The append itself, with the same marks; false when the history could not
+// take it (reported), in which case it is as it was.
+bool remember_now(const char *history, const char *temporary, void (*drop)());
+// Before a dialogue overwrites `temporary`: when it holds record lines found
+// in none of the history, its companion and the closed period's copy (a
+// sheet cut off before "Remember"), says how many and offers to remember
+// them first, or to discard them; false when they stay and the dialogue
+// must not start.
+bool settle_pending_sheet(const char *temporary, const char *history, const char *companion,
+                          void (*drop)());
 
 // Makes an answer the working record's field, freeing the field's old
 // text (which may have been the answer's default).

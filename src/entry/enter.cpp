@@ -92,12 +92,18 @@ void entry_close_temporary() {
 void remember(const char *question, const char *history, const char *temporary, void (*drop)()) {
     // A failed append has reported itself and left the history as it was,
     // so what was computed from it still holds.
-    if (!get_yesno(question, "YES") || !append(history, temporary))
-        return;
+    if (get_yesno(question, "YES"))
+        remember_now(history, temporary, drop);
+}
+
+bool remember_now(const char *history, const char *temporary, void (*drop)()) {
+    if (!append(history, temporary))
+        return false;
     db.month_ended = 0;
     db.bills_computed = 0;
     db.times_computed = 0;
     drop();
+    return true;
 }
 
 // ---- Questions -------------------------------------------------------------------

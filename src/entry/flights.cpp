@@ -136,6 +136,8 @@ void drop_flights() {
 
 void do_flights(bool is_glider) {
     maybe_read();
+    if (!settle_pending_sheet(db.daytempfile, db.daysheetfile, db.daysheetqufile, drop_flights))
+        return;
     // Forced, companion included, so that the duplicate test sees every
     // flight already stored for the period.
     free_flights();

@@ -70,6 +70,8 @@ void drop_gas_and_misc() {
 
 void do_gas() {
     maybe_read();
+    if (!settle_pending_sheet(db.gastempfile, db.gashistfile, db.gashistqufile, drop_gas_and_misc))
+        return;
     WorkingSale w;
     gas &g = w.g;
     g.sheet = ask_sheet();

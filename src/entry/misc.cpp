@@ -117,6 +117,8 @@ void drop_gas_and_misc() {
 
 void do_misc(bool is_charge) {
     maybe_read();
+    if (!settle_pending_sheet(db.gastempfile, db.gashistfile, db.gashistqufile, drop_gas_and_misc))
+        return;
     Group group = ask_group(is_charge);
     WorkingMisc w;
     misc &m = w.m;

@@ -60,7 +60,8 @@ void drop_payments() {
 
 void do_payments() {
     maybe_read();
-    if (!open_temporary(db.paytempfile, "payments"))
+    if (!settle_pending_sheet(db.paytempfile, db.payhistfile, db.payhistqufile, drop_payments) ||
+        !open_temporary(db.paytempfile, "payments"))
         return;
     temporary_line("$VERSION 3");
     temporary_line("$PAYMENTS");
