@@ -296,7 +296,9 @@ bool parse_date(const char *text, int *month, int *day, int *year) {
     if (is_blank(copy))
         return ok_date(0, 0, year);
     if (is_number(copy)) {
-        *day = atoi(copy);
+        // Held past any day, so that no longer number wraps to a valid one.
+        long number = strtol(copy, nullptr, 10);
+        *day = number > 99 ? 99 : (int)number;
         return ok_date(*month, *day, year);
     }
 
