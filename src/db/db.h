@@ -406,6 +406,10 @@ void do_r_flights(bool quicken);
 void do_r_gas(bool quicken);
 void maybe_read();
 void do_save();
+// How many record lines of an ENTER dialogue's temporary file are in none
+// of the history file, its companion and the closed period's ".OLD" copy:
+// a sheet cut off before "Remember", which nothing may overwrite unasked.
+int unremembered_lines(const char *temporary, const char *history, const char *companion);
 void do_write_database();
 // The name of a file the history rewrite depends on that could not be read
 // (or was never read), or nullptr: rewriting from what was read would lose
