@@ -49,9 +49,9 @@ void charge_account(customer *c, charges *total, const char *start, const char *
 struct DateRange {
     bool has_start = false;
     bool has_end = false;
-    int32_t start = 0;
-    int32_t end = 0;
-    bool contains(int32_t date) const {
+    date_t start = 0;
+    date_t end = 0;
+    bool contains(date_t date) const {
         return (!has_start || date >= start) && (!has_end || date <= end);
     }
 };
@@ -68,7 +68,7 @@ void add_salestax(charges *ch, const char *item, const char *category_name, int3
 int32_t tax_on(int32_t rate, int32_t amount);
 // A date as the reports print it ("6-7-2005"), converted once per date;
 // the text stays valid until the slot is taken by another date.
-const char *date_text(int32_t date);
+const char *date_text(date_t date);
 int32_t rate_to_cents(int32_t rate);
 
 charges *fc_charge(const char *name, bool is_aircraft);

@@ -79,14 +79,14 @@ void print_name_block(const customer *c, const char *start, const char *end) {
 
 // A period has a few dozen dates and a bill run prints millions of lines:
 // each date is converted once, into a slot of its own day.
-const char *date_text(int32_t date) {
+const char *date_text(date_t date) {
     struct Slot {
-        int32_t date;
+        date_t date;
         bool used;
         char text[32];
     };
     static Slot slots[64];
-    Slot &slot = slots[static_cast<uint32_t>(date) / 86400u % 64u];
+    Slot &slot = slots[static_cast<uint64_t>(date) / 86400u % 64u];
     if (!slot.used || slot.date != date) {
         snprintf(slot.text, sizeof slot.text, "%s", i_convertTimeToString(date));
         slot.date = date;
@@ -114,11 +114,11 @@ DateRange date_range(const char *start, const char *end) {
     DateRange range;
     bool ok = false;
     if (start != nullptr) {
-        range.start = static_cast<int32_t>(i_convertDateToTime(start, &ok));
+        range.start = i_convertDateToTime(start, &ok);
         range.has_start = ok;
     }
     if (end != nullptr) {
-        range.end = static_cast<int32_t>(i_convertDateToTime(end, &ok));
+        range.end = i_convertDateToTime(end, &ok);
         range.has_end = ok;
     }
     return range;

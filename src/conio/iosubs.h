@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <ctime>
 
 #include "conio/fileops.h"
 
@@ -84,9 +85,18 @@ bool get_yesno(const char *prompt, const char *def);
 char *get_date(const char *prompt, const char *def);
 bool parse_date(const char *text, int *month, int *day, int *year);
 bool ok_date(int month, int day, int *year);
-long i_convertDateToTime(const char *text, bool *ok = nullptr);
-const char *i_convertTimeToString(long time);
-const char *i_convertTimeToQstring(long time);
+// A day: the calendar time of its local midnight. It must be 64 bits wide
+// so that every year a prompt takes (to 2054) and every year a file holds
+// comes back as it was written.
+using date_t = time_t;
+static_assert(sizeof(date_t) >= 8, "dates past 2038 need a 64-bit calendar time");
+
+// The years a date typed at a prompt may have.
+enum { kFirstYear = 1955, kLastYear = 2054 };
+
+date_t i_convertDateToTime(const char *text, bool *ok = nullptr);
+const char *i_convertTimeToString(date_t time);
+const char *i_convertTimeToQstring(date_t time);
 int date_compare(const char *a, const char *b);
 
 long get_time(const char *prompt, long old);

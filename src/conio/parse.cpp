@@ -296,7 +296,9 @@ bool parse_date(const char *text, int *month, int *day, int *year) {
     if (is_blank(copy))
         return ok_date(0, 0, year);
     if (is_number(copy)) {
-        *day = atoi(copy);
+        // Held past any day, so that no longer number wraps to a valid one.
+        long number = strtol(copy, nullptr, 10);
+        *day = number > 99 ? 99 : (int)number;
         return ok_date(*month, *day, year);
     }
 
@@ -336,7 +338,7 @@ bool parse_date(const char *text, int *month, int *day, int *year) {
     return ok_date(*month, *day, year);
 }
 
-long i_convertDateToTime(const char *text, bool *ok) {
+date_t i_convertDateToTime(const char *text, bool *ok) {
     if (text == nullptr) {
         if (ok != nullptr)
             *ok = false;
@@ -355,19 +357,18 @@ long i_convertDateToTime(const char *text, bool *ok) {
     date.tm_mon = month - 1;
     date.tm_year = year - 1900;
     date.tm_isdst = 0;
-    return (long)mktime(&date);
+    return mktime(&date);
 }
 
 namespace {
 
-bool local_date(long time, struct tm *date) {
-    time_t t = (time_t)time;
-    return localtime_r(&t, date) != nullptr;
+bool local_date(date_t time, struct tm *date) {
+    return localtime_r(&time, date) != nullptr;
 }
 
 } // namespace
 
-const char *i_convertTimeToString(long time) {
+const char *i_convertTimeToString(date_t time) {
     struct tm date;
     if (!local_date(time, &date))
         date = tm{};
@@ -376,7 +377,7 @@ const char *i_convertTimeToString(long time) {
     return ps.date_string;
 }
 
-const char *i_convertTimeToQstring(long time) {
+const char *i_convertTimeToQstring(date_t time) {
     struct tm date;
     if (!local_date(time, &date))
         date = tm{};

@@ -160,6 +160,12 @@ char *get_date(const char *prompt, const char *def) {
             errfree(answer);
             continue;
         }
+        if (year < kFirstYear || year > kLastYear) {
+            printf("? A date must lie between 1-1-%d and 12-31-%d: \"%s\"\n", kFirstYear, kLastYear,
+                   answer);
+            errfree(answer);
+            continue;
+        }
         errfree(answer);
         char text[64];
         snprintf(text, sizeof text, "%d-%s-%02d", day, months[month - 1], year);

@@ -79,9 +79,9 @@ void read_account_line(customer *c, const char *line, int line_number, int versi
     c->transitionDate = 0;
     if (words >= 4) {
         bool ok = false;
-        long when = i_convertDateToTime(date, &ok);
+        date_t when = i_convertDateToTime(date, &ok);
         if (ok)
-            c->transitionDate = static_cast<int32_t>(when);
+            c->transitionDate = when;
     }
 }
 

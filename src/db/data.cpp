@@ -208,8 +208,12 @@ namelist *fc_gas_grade(const char *name, bool create) {
 }
 
 towplane *fc_tug(const char *name, bool create) {
-    char wanted[sizeof(towplane::tugname)];
+    // No tow plane takes no row: a row it held would be filled, tows and
+    // all, by the next tow plane named.
     const char *given = name ? name : "";
+    if (is_blank(given))
+        return nullptr;
+    char wanted[sizeof(towplane::tugname)];
     snprintf(wanted, sizeof wanted, "%s", given);
     for (char *p = wanted; *p != '\0'; ++p)
         *p = static_cast<char>(toupper(static_cast<unsigned char>(*p)));

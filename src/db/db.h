@@ -38,7 +38,7 @@ struct customer {
     char *lastname;
     char *firstname;
     const char *category; // interned in category_names
-    int32_t transitionDate;
+    date_t transitionDate;
     const char *priorCategory; // interned, or null
     namelist *flags;           // nodes owned, names shared with flag_names
     char shareholder;
@@ -62,7 +62,7 @@ struct customer {
 struct flight {
     flight *next;
     struct customer *customer;
-    int32_t date;
+    date_t date;
     int number;
     int32_t invoice;
     char *plane;
@@ -79,7 +79,7 @@ struct flight {
 
 struct gas {
     gas *next;
-    int32_t date;
+    date_t date;
     int sheet;
     int line;
     struct customer *customer;
@@ -93,7 +93,7 @@ struct gas {
 
 struct misc {
     misc *next;
-    int32_t date;
+    date_t date;
     int sheet;
     int line;
     struct customer *customer;
@@ -105,7 +105,7 @@ struct misc {
 
 struct payment {
     payment *next;
-    int32_t date;
+    date_t date;
     struct customer *customer;
     int32_t amount; // cents
     int32_t check;
@@ -195,7 +195,7 @@ struct FileReadNote {
 // Everything the database holds, in one place so that start-up, RESET and
 // the tests can drop it with one call.
 struct DbState {
-    long curDate = 0; // local midnight of the program's current date
+    date_t curDate = 0; // local midnight of the program's current date
     // Bills and time summaries stay valid until new data is remembered or
     // removed; entry and maintenance clear these, billing sets them.
     char bills_computed = 0;
@@ -378,7 +378,7 @@ price *fc_item(const char *name);
 category *find_category(category *cat_list, const char *name);
 bool set_price(price *item, const char *category_name, int32_t cost, int line);
 int32_t lookup_rate(const char *item_name, const char *category_name, bool report);
-const char *categoryOnDate(int32_t date, customer *c);
+const char *categoryOnDate(date_t date, customer *c);
 int32_t gas_price(const char *grade, int gallons, customer *c);
 int32_t calc_price(int32_t quantity, const char *category_name, const char *item,
                    const char *minimum_item, const char *extra_item);
@@ -406,6 +406,10 @@ void do_r_flights(bool quicken);
 void do_r_gas(bool quicken);
 void maybe_read();
 void do_save();
+// How many record lines of an ENTER dialogue's temporary file are in none
+// of the history file, its companion and the closed period's ".OLD" copy:
+// a sheet cut off before "Remember", which nothing may overwrite unasked.
+int unremembered_lines(const char *temporary, const char *history, const char *companion);
 void do_write_database();
 // The name of a file the history rewrite depends on that could not be read
 // (or was never read), or nullptr: rewriting from what was read would lose

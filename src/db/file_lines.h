@@ -123,7 +123,7 @@ class Fields {
 // on every line.
 class DateCache {
   public:
-    long convert(const char *field, bool &ok) {
+    date_t convert(const char *field, bool &ok) {
         auto found = known_.find(field);
         if (found != known_.end()) {
             ok = found->second.ok;
@@ -140,7 +140,7 @@ class DateCache {
 
   private:
     struct Converted {
-        long value = 0;
+        date_t value = 0;
         bool ok = false;
     };
     std::unordered_map<std::string, Converted> known_;

@@ -63,12 +63,12 @@ bool next_line(FILE *file, char *line, int size, int &line_number) {
     return false;
 }
 
-int32_t read_date(DateCache &cache, const char *field, int line_number) {
+date_t read_date(DateCache &cache, const char *field, int line_number) {
     bool ok = false;
-    long value = cache.convert(field, ok);
+    date_t value = cache.convert(field, ok);
     if (!ok)
         bad_value("? Date \"%s\" is in bad format on line %d\n", field, line_number);
-    return (int32_t)value;
+    return value;
 }
 
 // The scanf conversions of the file formats, done by hand: they run on
@@ -88,10 +88,16 @@ int read_int(const char *field, bool &ok) {
     return ok ? (int)value : -1;
 }
 
-int32_t receipt_number(const char *account) {
+// A walk-in sale's "#receipt" account; a receipt beyond the field is
+// reported, not wrapped or dropped in silence.
+int32_t receipt_number(const char *account, int line_number) {
     long number = 0;
-    if (account[0] != '#' || !scan_long(account + 1, number))
+    if (account[0] != '#')
         return 0;
+    if (!scan_long(account + 1, number)) {
+        bad_value("? Bad receipt number \"%s\" on line %d.\n", account, line_number);
+        return 0;
+    }
     return (int32_t)number;
 }
 
@@ -114,7 +120,7 @@ class FlightKeySet {
     FlightKeySet() : slots_(64) {}
 
     // True when the key was not there yet.
-    bool insert(const customer *c, int32_t date, int number) {
+    bool insert(const customer *c, date_t date, int number) {
         if ((used_ + 1) * 2 > slots_.size())
             grow();
         Slot &slot = find(slots_, c, date, number);
@@ -128,7 +134,7 @@ class FlightKeySet {
   private:
     struct Slot {
         const customer *c = nullptr; // null marks a free slot
-        int32_t date = 0;
+        date_t date = 0;
         int number = 0;
     };
 
@@ -140,9 +146,9 @@ class FlightKeySet {
         return x ^ (x >> 31);
     }
 
-    static Slot &find(std::vector<Slot> &slots, const customer *c, int32_t date, int number) {
+    static Slot &find(std::vector<Slot> &slots, const customer *c, date_t date, int number) {
         uint64_t key =
-            mix((uint64_t)(uintptr_t)c) ^ mix(((uint64_t)(uint32_t)date << 32) | (uint32_t)number);
+            mix((uint64_t)(uintptr_t)c) ^ mix((uint64_t)date ^ ((uint64_t)(uint32_t)number << 40));
         size_t mask = slots.size() - 1;
         for (size_t i = (size_t)key & mask;; i = (i + 1) & mask) {
             Slot &slot = slots[i];
@@ -168,7 +174,7 @@ class FlightKeySet {
 class FlightKeyIndex {
   public:
     // True when no flight of that customer, date and number was seen yet.
-    bool insert(const customer *c, int32_t date, int number) {
+    bool insert(const customer *c, date_t date, int number) {
         if (current_ == nullptr || date != current_date_) {
             current_ = &by_date_[date];
             current_date_ = date;
@@ -177,9 +183,9 @@ class FlightKeyIndex {
     }
 
   private:
-    std::unordered_map<int32_t, FlightKeySet> by_date_;
+    std::unordered_map<date_t, FlightKeySet> by_date_;
     FlightKeySet *current_ = nullptr;
-    int32_t current_date_ = 0;
+    date_t current_date_ = 0;
 };
 
 // Whole gallons, then optionally "." and one digit of tenths: the number
@@ -294,7 +300,7 @@ void readFlights(const char *file) {
         char *account = uc_string(field[3]);
         customer *c = account_or_cash(account, line_number);
         f->customer = c;
-        f->invoice = receipt_number(account);
+        f->invoice = receipt_number(account, line_number);
         read.push_back(f);
 
         f->plane = keep_text(field[4]);
@@ -358,7 +364,7 @@ enum class GasSection { NONE, MISC, GAS };
 // Sheet, line and account are common to both sections; the account is
 // rotated to "first last" order before the lookup.
 struct GasLineStart {
-    int32_t date;
+    date_t date;
     int sheet;
     int line;
     customer *c;
@@ -378,7 +384,7 @@ GasLineStart read_gas_line_start(Fields &field, DateCache &dates, int line_numbe
     char *account = field[4];
     normalize_name(account);
     s.c = account_or_cash(account, line_number);
-    s.invoice = receipt_number(account);
+    s.invoice = receipt_number(account, line_number);
     return s;
 }
 

@@ -373,6 +373,18 @@ void do_write_database() {
         printf("? \"%s\" could not be read; the history files were not rewritten.\n", name);
         return;
     }
+    // The rewrite is written under the dialogues' temporary names.
+    const char *const sheets[][3] = {{db.gastempfile, db.gashistfile, db.gashistqufile},
+                                     {db.paytempfile, db.payhistfile, db.payhistqufile},
+                                     {db.daytempfile, db.daysheetfile, db.daysheetqufile}};
+    for (const auto &sheet : sheets) {
+        if (int count = unremembered_lines(sheet[0], sheet[1], sheet[2]); count > 0) {
+            printf("? %d line(s) of %s are not in %s; ENTER that kind of sheet first to remember "
+                   "or discard them. The history files were not rewritten.\n",
+                   count, sheet[0], sheet[1]);
+            return;
+        }
+    }
 
     printf("If you write these changes and you have created output to QUICKEN this month\n");
     printf("the QUICKEN output will incorrectly be created again.\n");

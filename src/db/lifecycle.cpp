@@ -28,7 +28,7 @@ void keep_superseded(char *name) {
 
 // Today at local midnight, by way of the date text, as the date prompt
 // itself would produce it.
-long today() {
+date_t today() {
     time_t now = time(nullptr);
     struct tm local;
     localtime_r(&now, &local);

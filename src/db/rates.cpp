@@ -108,7 +108,7 @@ int32_t lookup_rate(const char *item_name, const char *category_name, bool repor
     return fallback;
 }
 
-const char *categoryOnDate(int32_t date, customer *c) {
+const char *categoryOnDate(date_t date, customer *c) {
     (void)date;
     if (c == nullptr)
         return nullptr;

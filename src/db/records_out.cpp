@@ -46,7 +46,7 @@ void o_clock(long minutes) {
     o_lstring(text, 0, true);
 }
 
-void o_record_date(int32_t date, int column, bool flag) {
+void o_record_date(date_t date, int column, bool flag) {
     o_date(i_convertTimeToString(date), column, flag);
 }
 

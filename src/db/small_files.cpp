@@ -252,7 +252,7 @@ void readPaymentsFile(const char *name) {
         strip_line_end(line);
 
         bool date_ok = false;
-        int32_t date = static_cast<int32_t>(dates.convert(tab_field(line, 1).c_str(), date_ok));
+        date_t date = dates.convert(tab_field(line, 1).c_str(), date_ok);
         customer *c;
         std::string note;
         if (version >= 3) {

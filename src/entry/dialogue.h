@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <initializer_list>
 
 #include "db/db.h"
 #include "entry/entry.h"
@@ -23,16 +25,41 @@ bool close_temporary();
 // history file, marks bills and times for recomputation and drops the
 // records held in memory (`drop`) so that the next use reads them again.
 void remember(const char *question, const char *history, const char *temporary, void (*drop)());
+// The append itself, with the same marks; false when the history could not
+// take it (reported), in which case it is as it was.
+bool remember_now(const char *history, const char *temporary, void (*drop)());
+// Before a dialogue overwrites `temporary`: when it holds record lines found
+// in none of the history, its companion and the closed period's copy (a
+// sheet cut off before "Remember"), says how many and offers to remember
+// them first, or to discard them; false when they stay and the dialogue
+// must not start.
+bool settle_pending_sheet(const char *temporary, const char *history, const char *companion,
+                          void (*drop)());
 
 // Makes an answer the working record's field, freeing the field's old
 // text (which may have been the answer's default).
 void take_answer(char **field, char *answer);
 
+// The history readers take lines of at most this many characters; a longer
+// record line would come back as a record and a bogus one made of its tail.
+enum { kRecordLineMax = 200 };
+// Prints the working record as its file line (`o_*_struct`, tabbed).
+using RecordPrinter = std::function<void()>;
+// Asks a free-text field of the working record with `ask` until its record
+// line, with the answer in *field, fits the files; each refusal is one
+// "? ..." line naming the room left. The fields in `later` are asked after
+// this one and count as empty, so that an answer never has to make room
+// for the previous record's.
+void ask_text(char **field, const std::function<char *()> &ask, const RecordPrinter &print,
+              std::initializer_list<char **> later = {});
+// Whether the finished record line fits; if not says so ("? ...").
+bool record_fits(const RecordPrinter &print);
+
 // Asks for an account until a customer results; *text keeps the typed
 // answer, which is also the default of the question.
 customer *ask_customer(const char *prompt, char **text, bool allow_add, const char *refusal);
 // Asks a date with *text as default; *text becomes the answer.
-int32_t ask_date(const char *prompt, char **text);
+date_t ask_date(const char *prompt, char **text);
 // The record fields that take typed numbers are 32 bits wide: a number
 // beyond them is refused ("? ...") and asked again, never stored wrapped.
 // `get_number` and `get_fixed_number` with that check.
@@ -44,7 +71,7 @@ int32_t next_number(int32_t n);
 int ask_sheet();
 // The next line of a sheet: its number (0 when the sheet is done, `next`
 // the default) and its date, echoed with the sheet and line numbers.
-int ask_sheet_line(int next, int sheet, char **date_text, int32_t *date);
+int ask_sheet_line(int next, int sheet, char **date_text, date_t *date);
 // An amount in cents with two decimals; amounts of `limit` and more must be
 // confirmed with `confirm` (default NO). With `refuse_negative` set a
 // negative amount is refused with that message.

@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <utility>
+#include <vector>
 
 #include "conio/iosubs.h"
 #include "db/db.h"
@@ -89,12 +92,18 @@ void entry_close_temporary() {
 void remember(const char *question, const char *history, const char *temporary, void (*drop)()) {
     // A failed append has reported itself and left the history as it was,
     // so what was computed from it still holds.
-    if (!get_yesno(question, "YES") || !append(history, temporary))
-        return;
+    if (get_yesno(question, "YES"))
+        remember_now(history, temporary, drop);
+}
+
+bool remember_now(const char *history, const char *temporary, void (*drop)()) {
+    if (!append(history, temporary))
+        return false;
     db.month_ended = 0;
     db.bills_computed = 0;
     db.times_computed = 0;
     drop();
+    return true;
 }
 
 // ---- Questions -------------------------------------------------------------------
@@ -102,6 +111,64 @@ void remember(const char *question, const char *history, const char *temporary, 
 void take_answer(char **field, char *answer) {
     errfree(*field);
     *field = answer;
+}
+
+namespace {
+
+// The record's file line as `print` makes it, measured in memory: the
+// formatter's pending line is empty between records, so nothing else
+// enters the measure.
+long record_line_length(const RecordPrinter &print) {
+    char *text = nullptr;
+    size_t size = 0;
+    FILE *memory = open_memstream(&text, &size);
+    if (memory == nullptr)
+        return 0;
+    FILE *previous = set_o_file(memory);
+    print();
+    o_newline(0);
+    set_o_file(previous);
+    fclose(memory);
+    long length = (long)strcspn(text, "\r\n");
+    free(text);
+    return length;
+}
+
+} // namespace
+
+void ask_text(char **field, const std::function<char *()> &ask, const RecordPrinter &print,
+              std::initializer_list<char **> later) {
+    // The room is what the line leaves with this field and the later
+    // ones empty.
+    char empty[1] = "";
+    std::vector<char **> blanked{field};
+    blanked.insert(blanked.end(), later);
+    std::vector<char *> kept;
+    for (char **slot : blanked)
+        kept.push_back(std::exchange(*slot, empty));
+    long room = kRecordLineMax - record_line_length(print);
+    for (size_t i = 0; i < blanked.size(); i++)
+        *blanked[i] = kept[i];
+    for (;;) {
+        char *answer = ask();
+        if ((long)strlen(answer) <= room) {
+            take_answer(field, answer);
+            return;
+        }
+        printf("? Too long for the history file: %ld characters are left for this line.\n",
+               room > 0 ? room : 0);
+        errfree(answer);
+    }
+}
+
+bool record_fits(const RecordPrinter &print) {
+    long length = record_line_length(print);
+    if (length <= kRecordLineMax)
+        return true;
+    printf("? This line would be %ld characters long, more than the %d the history file "
+           "holds; it is not kept.\n",
+           length, (int)kRecordLineMax);
+    return false;
 }
 
 customer *ask_customer(const char *prompt, char **text, bool allow_add, const char *refusal) {
@@ -114,9 +181,9 @@ customer *ask_customer(const char *prompt, char **text, bool allow_add, const ch
     }
 }
 
-int32_t ask_date(const char *prompt, char **text) {
+date_t ask_date(const char *prompt, char **text) {
     take_answer(text, get_date(prompt, *text));
-    return (int32_t)i_convertDateToTime(*text);
+    return i_convertDateToTime(*text);
 }
 
 namespace {
@@ -159,7 +226,7 @@ int ask_sheet() {
     }
 }
 
-int ask_sheet_line(int next, int sheet, char **date_text, int32_t *date) {
+int ask_sheet_line(int next, int sheet, char **date_text, date_t *date) {
     int line = ask_number("Next line number (0 if done)", next);
     if (line == 0)
         return 0;

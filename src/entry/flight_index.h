@@ -14,9 +14,19 @@ class FlightIndex {
     // or null. A customer's flights are indexed on the first question
     // about that customer; the lists must not change while the index is
     // in use.
-    const flight *first(const customer *c, int32_t date, int number);
+    const flight *first(const customer *c, date_t date, int number);
 
   private:
-    using ByDay = std::unordered_map<uint64_t, const flight *>;
+    struct Key {
+        date_t date;
+        int number;
+        bool operator==(const Key &) const = default;
+    };
+    struct KeyHash {
+        size_t operator()(const Key &k) const {
+            return std::hash<date_t>()(k.date) * 31 + std::hash<int>()(k.number);
+        }
+    };
+    using ByDay = std::unordered_map<Key, const flight *, KeyHash>;
     std::unordered_map<const customer *, ByDay> by_customer_;
 };

@@ -42,21 +42,26 @@ struct WorkingFlight {
     }
 };
 
-void ask_people(WorkingFlight &w) {
+// Each answer gets the room the answers before it leave on the line.
+void ask_people(WorkingFlight &w, const RecordPrinter &print) {
     flight &f = w.f;
     const char *lastname = f.customer->lastname;
+    auto line = [](const char *prompt, const char *def) {
+        return [prompt, def] { return get_line(prompt, def, true, true); };
+    };
     if (f.type == OTHER) {
         replace_str(&f.cfi, "");
-        take_answer(&f.pilot, get_line("Pilot", lastname, true, true));
-        take_answer(&f.passenger, get_line("Passenger", "", true, true));
+        ask_text(&f.pilot, line("Pilot", lastname), print, {&f.passenger, &f.towpilot});
+        ask_text(&f.passenger, line("Passenger", ""), print, {&f.towpilot});
     } else if (f.type == COMMERCIAL_RIDE) {
         replace_str(&f.cfi, "");
-        take_answer(&f.pilot, get_line("Pilot", f.pilot, true, true));
-        take_answer(&f.passenger, get_line("Ride customer", lastname, true, true));
+        ask_text(&f.pilot, line("Pilot", f.pilot), print, {&f.passenger, &f.towpilot});
+        ask_text(&f.passenger, line("Ride customer", lastname), print, {&f.towpilot});
     } else {
-        take_answer(&f.pilot, get_line("Student", lastname, true, true));
         replace_str(&f.passenger, "");
-        take_answer(&f.cfi, get_word("Instructor (initials)", f.cfi, true));
+        ask_text(&f.pilot, line("Student", lastname), print, {&f.cfi, &f.towpilot});
+        ask_text(&f.cfi, [&f] { return get_word("Instructor (initials)", f.cfi, true); }, print,
+                 {&f.towpilot});
     }
 }
 
@@ -155,6 +160,8 @@ std::string default_tow_height(const customer *c) {
 }
 
 bool start_day_sheet() {
+    if (!settle_pending_sheet(db.daytempfile, db.daysheetfile, db.daysheetqufile, drop_flights))
+        return false;
     // Forced, companion included, so that the duplicate test sees every
     // flight already stored for the period.
     free_flights();
@@ -194,12 +201,16 @@ void do_flights(bool is_glider) {
                                   "? You must supply an account.\n");
         set_invoice_number(&f.invoice, w.account);
 
-        take_answer(&f.plane, ask_aircraft(f.plane));
+        auto print = [&f] { o_flight_struct(&f, 0, false, true); };
+        ask_text(&f.plane, [&f] { return ask_aircraft(f.plane); }, print,
+                 {&f.pilot, &f.cfi, &f.passenger, &f.towpilot});
         f.type = (char)get_list("Flight type", flight_types[(int)f.type], flight_types, false);
-        ask_people(w);
+        ask_people(w, print);
 
         if (is_glider) {
-            take_answer(&f.towpilot, get_word("Towpilot initials", f.towpilot, true));
+            ask_text(
+                &f.towpilot, [&f] { return get_word("Towpilot initials", f.towpilot, true); },
+                print);
             f.towplane = ask_towplane(f.towplane);
             f.towheight = ask_tow_height(f.customer);
         } else {
@@ -213,7 +224,7 @@ void do_flights(bool is_glider) {
         const flight *earlier = stored.first(f.customer, f.date, f.number);
         if (earlier != nullptr)
             warn_duplicate(earlier);
-        if (!line_is_right(earlier == nullptr))
+        if (!line_is_right(earlier == nullptr) || !record_fits(print))
             continue;
         o_flight_struct(&f, 0, false, true);
         end_record();

@@ -44,8 +44,11 @@ int ask_gallons() {
 // A plane that is itself a customer's abbreviation (a member's own
 // aircraft) names the account to charge.
 void ask_plane_and_pilot(WorkingSale &w) {
-    take_answer(&w.g.plane, get_word("Aircraft fueled", w.g.plane, true));
-    take_answer(&w.g.pilot, get_line("Pilot fueling", w.g.pilot, true, true));
+    auto print = [&w] { o_gas_struct(&w.g, 0, false, true); };
+    ask_text(&w.g.plane, [&w] { return get_word("Aircraft fueled", w.g.plane, true); }, print,
+             {&w.g.pilot});
+    ask_text(
+        &w.g.pilot, [&w] { return get_line("Pilot fueling", w.g.pilot, true, true); }, print);
     if (fc_abbrev(w.g.plane, nullptr, nullptr, false) != nullptr)
         replace_str(&w.account, w.g.plane);
 }
@@ -67,6 +70,8 @@ void drop_gas_and_misc() {
 
 void do_gas() {
     maybe_read();
+    if (!settle_pending_sheet(db.gastempfile, db.gashistfile, db.gashistqufile, drop_gas_and_misc))
+        return;
     WorkingSale w;
     gas &g = w.g;
     g.sheet = ask_sheet();
@@ -92,7 +97,7 @@ void do_gas() {
         set_invoice_number(&g.invoice, w.account);
         g.charge = gas_price(g.grade, g.gallons, g.customer);
         echo(w);
-        if (!line_is_right(true))
+        if (!line_is_right(true) || !record_fits([&g] { o_gas_struct(&g, 0, false, true); }))
             continue;
         o_gas_struct(&g, 0, false, true);
         end_record();

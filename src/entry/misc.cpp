@@ -70,11 +70,30 @@ struct WorkingMisc {
     }
 };
 
-void ask_amount_and_reason(WorkingMisc &w, bool is_charge) {
+// A group line is written once per customer: the reason must fit beside
+// the longest name among them.
+customer *longest_named(const Group &group) {
+    customer *longest = nullptr;
+    size_t most = 0;
+    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+        size_t length = strlen(c->lastname) + strlen(c->firstname);
+        if (group.matches(c) && (longest == nullptr || length > most)) {
+            longest = c;
+            most = length;
+        }
+    }
+    return longest;
+}
+
+void ask_amount_and_reason(WorkingMisc &w, const Group &group, bool is_charge) {
     long cents = ask_amount(is_charge ? "Amount of charge" : "Amount of credit", "0.00", 10000,
                             "More than $100.00 are you sure", nullptr);
     w.m.charge = (int32_t)(is_charge ? cents : -cents);
-    take_answer(&w.m.why, get_line("Charge (credit) made for", w.m.why, false, true));
+    if (group.active)
+        w.m.customer = longest_named(group);
+    ask_text(
+        &w.m.why, [&w] { return get_line("Charge (credit) made for", w.m.why, false, true); },
+        [&w] { o_misc_struct(&w.m, 0, false, true); });
     w.m.taxable = get_yesno("Is charge (credit) taxable", w.m.taxable ? "YES" : "NO") ? 1 : 0;
 }
 
@@ -115,6 +134,8 @@ void drop_gas_and_misc() {
 
 void do_misc(bool is_charge) {
     maybe_read();
+    if (!settle_pending_sheet(db.gastempfile, db.gashistfile, db.gashistqufile, drop_gas_and_misc))
+        return;
     Group group = ask_group(is_charge);
     WorkingMisc w;
     misc &m = w.m;
@@ -136,9 +157,9 @@ void do_misc(bool is_charge) {
             m.customer = ask_customer("Account (First Last)", &w.account, true,
                                       "? You must supply an account.\n");
         set_invoice_number(&m.invoice, group.active ? nullptr : w.account);
-        ask_amount_and_reason(w, is_charge);
+        ask_amount_and_reason(w, group, is_charge);
         echo(w, group, is_charge);
-        if (!line_is_right(true))
+        if (!line_is_right(true) || !record_fits([&m] { o_misc_struct(&m, 0, false, true); }))
             continue;
         int charged = 1;
         if (group.active) {

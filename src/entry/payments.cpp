@@ -60,7 +60,8 @@ void drop_payments() {
 
 void do_payments() {
     maybe_read();
-    if (!open_temporary(db.paytempfile, "payments"))
+    if (!settle_pending_sheet(db.paytempfile, db.payhistfile, db.payhistqufile, drop_payments) ||
+        !open_temporary(db.paytempfile, "payments"))
         return;
     temporary_line("$VERSION 3");
     temporary_line("$PAYMENTS");
@@ -81,9 +82,12 @@ void do_payments() {
         p.amount = (int32_t)ask_amount("Amount of payment", "0.00", 50000,
                                        "Payment larger than $500.00 are you sure",
                                        "? PAYMENTS must be positive amounts.\n");
-        take_answer(&p.note, get_line("Note describing this payment", "", false, true));
+        auto print = [&p] { o_payment_struct(&p, 0, false, true); };
+        ask_text(
+            &p.note, [] { return get_line("Note describing this payment", "", false, true); },
+            print);
         echo(p);
-        if (!line_is_right(true))
+        if (!line_is_right(true) || !record_fits(print))
             continue;
         o_payment_struct(&p, 0, false, true);
         end_record();

@@ -77,20 +77,9 @@ void addTransitionDate() {
         return;
     }
     char *def = alloc_str(i_convertTimeToString(c->transitionDate));
-    for (;;) {
-        char *date = get_date("Date (mm-dd-yy)", def);
-        long when = i_convertDateToTime(date);
-        // Dates are kept as 32-bit seconds: one past early 2038 would wrap
-        // to a date in 1901.
-        bool fits = when >= INT32_MIN && when <= INT32_MAX;
-        if (fits)
-            c->transitionDate = static_cast<int32_t>(when);
-        else
-            printf("? %s is out of the range of dates the files can keep.\n", date);
-        errfree(date);
-        if (fits)
-            break;
-    }
+    char *date = get_date("Date (mm-dd-yy)", def);
+    c->transitionDate = i_convertDateToTime(date);
+    errfree(date);
     errfree(def);
     c->category = get_namelist("New billing category", c->category, db.category_names, false);
 }

@@ -49,9 +49,10 @@ void w_labels() {
     long lines;
     for (;;) {
         lines = get_number("Number of lines per label", def);
-        // The bound named in the message is itself refused, and there is no
-        // lower bound: both are how labels have always been asked for.
-        if (lines < 66)
+        // The upper bound named in the message is itself refused, as labels
+        // have always been asked for. Below two lines the sample label and
+        // the blank lines after an address would run on without end.
+        if (lines >= 2 && lines < 66)
             break;
         printf("? Lines per label must be between 2 and 66.\n");
     }

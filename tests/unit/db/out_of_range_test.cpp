@@ -67,7 +67,9 @@ TEST_F(OutOfRangeTest, HistoryAndPaymentNumbersAreReportedNotWrapped) {
                "6-3-2005\t4294967297\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t9:00\t9:45\n"
                "6-3-2005\t2147483647\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t153722867280912931:00"
                "\t9:45\n"
-               "6-3-2005\t7\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t35791394:07\t9:45\n");
+               "6-3-2005\t7\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t35791394:07\t9:45\n"
+               "6-3-2005\t8\t#4294967297\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t9:00\t9:45\n"
+               "6-3-2005\t9\t#2147483647\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t9:00\t9:45\n");
     write_file("VNKGAS.HIS", "$VERSION 2\n$MISC\n"
                              "6-1-2005\t1\t1\tLEE,AL\tY\t2147483648\tTie\n"
                              "6-1-2005\t4294967297\t2\tLEE,AL\tY\t-2147483648\tTie\n"
@@ -81,6 +83,7 @@ TEST_F(OutOfRangeTest, HistoryAndPaymentNumbersAreReportedNotWrapped) {
     for (const char *message : {
              "? Looking for flight number on line 2. Got \"4294967297\"\n",
              "? Bad start time \"153722867280912931:00\" on line 3.",
+             "? Bad receipt number \"#4294967297\" on line 5.\n",
              "? Unable to find charge on line 3 in \"VNKGAS.HIS\"\n",
              "? Looking for sheet number on line 4. Got \"4294967297\"\n",
              "? Unable to find gallons on line 6 in \"VNKGAS.HIS\"\n",
@@ -112,6 +115,10 @@ TEST_F(OutOfRangeTest, HistoryAndPaymentNumbersAreReportedNotWrapped) {
     EXPECT_EQ(c->payments->next->amount, INT32_MAX);
     EXPECT_EQ(c->payments->next->check, INT32_MIN);
     EXPECT_EQ(c->balance, 0);
+    const customer *cash = fc_cust("CASH", "", false);
+    ASSERT_TRUE(cash != nullptr && cash->flights != nullptr && cash->flights->next != nullptr);
+    EXPECT_EQ(cash->flights->invoice, 0);
+    EXPECT_EQ(cash->flights->next->invoice, INT32_MAX);
 }
 
 TEST_F(OutOfRangeTest, VersionsAndFastKeysBeyondTheirFieldsAreReportedNotWrapped) {

@@ -2,6 +2,7 @@
 // dialogue's temporary file is appended, each history file stays as it was
 // to the byte and the temporary file keeps every line typed. Without the
 // limit the same dialogue appends the temporary file to the history.
+#include <cstdio>
 #include <functional>
 
 #include "db/db_fixture.h"
@@ -144,6 +145,7 @@ TEST_P(RememberTest, AFullDiskKeepsHistoryAndTypedLines) {
     EXPECT_TRUE(has(child.out, "? Unable to")) << "the failure must be reported:\n" << child.out;
 
     write_file(d.history, old);
+    std::remove(d.temporary); // its lines would be offered first
     child = run_dialogue(d, d.input, [] {});
     EXPECT_HISTORY(read_file(d.history), old + d.typed, child.out);
     EXPECT_EQ(read_file(d.temporary), d.typed);
@@ -159,6 +161,7 @@ TEST_P(RememberTest, AFailureOrCrashAtAnyStepOfRememberLosesNothing) {
     declined.replace(declined.rfind("YES"), 3, "NO");
     write_file(d.history, old);
     long typed_steps = steps_of(run_dialogue(d, declined, [] {}));
+    std::remove(d.temporary);
     long all_steps = steps_of(run_dialogue(d, d.input, [] {}));
     ASSERT_GT(typed_steps, 0);
     ASSERT_GT(all_steps, typed_steps) << "Remember takes no file steps";
@@ -167,6 +170,7 @@ TEST_P(RememberTest, AFailureOrCrashAtAnyStepOfRememberLosesNothing) {
     for (long step = typed_steps + 1; step <= all_steps; step++) {
         for (FileFault fault : {FileFault::FAIL, FileFault::EXIT}) {
             write_file(d.history, old);
+            std::remove(d.temporary);
             Child child = run_dialogue(d, d.input, [=] { file_fault_at(step, fault); });
             std::string after = read_file(d.history);
             if (fault == FileFault::FAIL) {

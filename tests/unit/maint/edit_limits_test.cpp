@@ -38,7 +38,7 @@ TEST_F(EditLimitsTest, CustomerAtEveryLimitReadsBackWhole) {
     customer *c = fc_cust(last.c_str(), first.c_str(), true);
     c->category = fc_category(cat.c_str());
     c->priorCategory = fc_category(prior.c_str());
-    c->transitionDate = static_cast<int32_t>(i_convertDateToTime("12-31-2037"));
+    c->transitionDate = i_convertDateToTime("12-31-2054");
     c->balance = INT32_MIN;
     for (int i = 0; i < 3; i++) {
         ASSERT_TRUE(phones_fit(c, i, phones[i].c_str()));
@@ -67,7 +67,7 @@ TEST_F(EditLimitsTest, CustomerAtEveryLimitReadsBackWhole) {
     EXPECT_EQ(c->next, nullptr);
     EXPECT_EQ(c->category, cat);
     EXPECT_EQ(c->priorCategory, prior);
-    EXPECT_STREQ(i_convertTimeToString(c->transitionDate), "12-31-2037");
+    EXPECT_STREQ(i_convertTimeToString(c->transitionDate), "12-31-2054");
     EXPECT_EQ(c->balance, INT32_MIN);
     for (int i = 0; i < 3; i++)
         EXPECT_EQ(c->phone[i], phones[i]);
