@@ -76,7 +76,8 @@ bool read_date(std::string text, const std::string &def, std::string &out) {
     month = month == 0 ? def_month : month;
     day = day == 0 ? def_day : day;
     year = year < 1 ? def_year : year;
-    if (month < 1 || day < 1 || year < 1 || !ok_date(month, day, &year))
+    if (month < 1 || day < 1 || year < 1 || !ok_date(month, day, &year) || year < kFirstYear ||
+        year > kLastYear)
         return false;
     out = std::to_string(month) + "-" + std::to_string(day) + "-" + std::to_string(year);
     return true;
@@ -116,7 +117,7 @@ std::string RowReader::read(const std::vector<std::string> &row, const ColumnMap
     std::string text = field(COL_DATE);
     if (!read_date(text.empty() ? date_ : text, date_, date_))
         return "Improper format for a date: \"" + text + "\"";
-    f.date = (int32_t)i_convertDateToTime(date_.c_str());
+    f.date = i_convertDateToTime(date_.c_str());
 
     text = field(COL_NUMBER);
     long number = next_;
@@ -249,7 +250,7 @@ void do_import() {
 
     RowReader reader;
     FlightIndex stored;
-    std::set<std::tuple<const customer *, int32_t, int>> imported;
+    std::set<std::tuple<const customer *, date_t, int>> imported;
     int refused = 0, duplicates = 0;
     for (size_t i = 1; i < rows.size(); i++) {
         const CsvRow &row = rows[i];

@@ -63,7 +63,7 @@ void verify_flights(Verifier &check) {
     each_record(db.daysheetfile, [&](Fields &field, int line, int version, const char *) {
         FlightFacts f;
         bool ok = false;
-        f.date = (int32_t)dates.convert(field[1], ok);
+        f.date = dates.convert(field[1], ok);
         f.number = number(field[2]);
         f.account = uc_string(field[3]);
         f.c = lookup_account(f.account, false);

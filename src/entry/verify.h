@@ -19,7 +19,7 @@ std::string nearest_name(const char *typed, const std::vector<std::string> &name
 
 // A flight as the day sheet holds it; texts are borrowed.
 struct FlightFacts {
-    int32_t date = 0;
+    date_t date = 0;
     int number = 0;
     const char *account = ""; // as written
     customer *c = nullptr;    // null: not in the customer file
@@ -74,7 +74,7 @@ class Verifier {
     std::unordered_set<std::string> private_seen_;
     std::unordered_map<std::string, int> plane_ids_;
     std::vector<std::string> plane_names_;
-    std::unordered_map<int32_t, std::vector<DayFlight>> days_;
+    std::unordered_map<date_t, std::vector<DayFlight>> days_;
 };
 
 // Whether an e-mail address has the shape one must have to be delivered.
