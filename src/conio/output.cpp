@@ -58,6 +58,8 @@ struct OutputState {
     char tabs_allowed = 0;
     char autoInsertReturn = 0;
     std::vector<OpenOutput> open_files;
+    // Receives a copy of every byte written while set (o_copy_to).
+    std::string *copy = nullptr;
     // While a print job is running a dead spooler must not kill the
     // program through SIGPIPE; the old disposition comes back afterwards.
     int spoolers_running = 0;
@@ -71,6 +73,8 @@ const char *text_or_empty(const char *text) {
 }
 
 void emit(const char *text, size_t length) {
+    if (out.copy != nullptr)
+        out.copy->append(text, length);
     if (out.cur_file != nullptr && length > 0)
         fwrite(text, 1, length, out.cur_file);
 }
@@ -469,6 +473,24 @@ int close_o_file(FILE *file, const char *name, const char *kind) {
     return 0;
 }
 
+std::string *o_copy_to(std::string *sink) {
+    std::string *previous = out.copy;
+    out.copy = sink;
+    return previous;
+}
+
+void o_verbatim(const char *text) {
+    if (out.cur_line[0] != '\0') {
+        emit(out.cur_line);
+        clear_line();
+    }
+    emit(text);
+}
+
+void o_abandon_open_files() {
+    output_reset();
+}
+
 bool set_tabs_allowed(bool flag) {
     bool previous = out.tabs_allowed != 0;
     out.tabs_allowed = flag ? 1 : 0;
@@ -489,6 +511,7 @@ void output_reset() {
             finish_spooler(entry.fp, entry.spooler);
     }
     out.open_files.clear();
+    out.copy = nullptr;
     out.cur_file = stdout;
     out.cur_lcount = 1;
     clear_line();
