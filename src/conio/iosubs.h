@@ -122,6 +122,10 @@ bool set_insertReturn(bool flag);
 // appended to it, so a caller can tell what a file should hold. Returns the
 // previous sink.
 std::string *o_copy_to(std::string *sink);
+// A console line that counts what a writer put into the current output: at
+// the console at once, for a file only once the file is closed complete (a
+// file that could not be written counts nothing).
+void o_note(const char *format, ...) __attribute__((format(printf, 1, 2)));
 // Writes the text unchanged (after the pending line), bypassing the layout.
 void o_verbatim(const char *text);
 // Drops every file still open through open_o_file as if the program had

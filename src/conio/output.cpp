@@ -60,6 +60,8 @@ struct OutputState {
     std::vector<OpenOutput> open_files;
     // Receives a copy of every byte written while set (o_copy_to).
     std::string *copy = nullptr;
+    // Console lines that count what went into the open file (o_note).
+    std::string notes;
     // While a print job is running a dead spooler must not kill the
     // program through SIGPIPE; the old disposition comes back afterwards.
     int spoolers_running = 0;
@@ -461,6 +463,8 @@ FILE *open_append_file(const char *name, const char *kind) {
 int close_o_file(FILE *file, const char *name, const char *kind) {
     out.cur_lcount = 1;
     clear_line();
+    std::string notes;
+    notes.swap(out.notes);
     // Nothing open (an earlier open failed): the console comes back.
     if (file != nullptr && !finish_file(file)) {
         log_error("? Unable to close %s file \"%s\"\n", text_or_empty(kind), text_or_empty(name));
@@ -470,7 +474,20 @@ int close_o_file(FILE *file, const char *name, const char *kind) {
         return EOF;
     }
     out.cur_file = stdout;
+    fputs(notes.c_str(), stdout);
     return 0;
+}
+
+void o_note(const char *format, ...) {
+    char line[kLineBytes];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    if (out.cur_file == stdout)
+        fputs(line, stdout);
+    else
+        out.notes += line;
 }
 
 std::string *o_copy_to(std::string *sink) {
@@ -512,6 +529,7 @@ void output_reset() {
     }
     out.open_files.clear();
     out.copy = nullptr;
+    out.notes.clear();
     out.cur_file = stdout;
     out.cur_lcount = 1;
     clear_line();
