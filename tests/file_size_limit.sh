@@ -12,16 +12,22 @@ trap 'rc=$?; [ $rc -eq 0 ] || cat "$dir/console" >&2; rm -rf "$dir"' EXIT
 cp -R "$2/." "$dir/club" 2>/dev/null || { mkdir "$dir/club" && cp -R "$2/." "$dir/club"; }
 cp -R "$dir/club" "$dir/before"
 
-# A balance changed and saved; a payment entered, whose temporary
-# file cannot be written, so that "Remember" is not even offered.
-printf 'ENTER\nACCOUNT-BALANCE\nKaren Anderson\n1.00\nSAVE\n' >"$dir/input"
+# A list and the bills that cannot be written count nothing, and the bills
+# stay not created; a balance changed and saved; a payment entered, whose
+# temporary file cannot be written, so that "Remember" is not even offered.
+printf 'WRITE\nOUT.LIS\nADDRESS-LIST\n\n\nBILLS\n\n\nTYPE\nBILLS\n\n' >"$dir/input"
+printf 'ENTER\nACCOUNT-BALANCE\nKaren Anderson\n1.00\nSAVE\n' >>"$dir/input"
 printf 'ENTER\nPAYMENTS\n\n\nKaren Anderson\n12\n10.00\nnote\n\n0\nEXIT\n' >>"$dir/input"
 # The console goes through a pipe: under the limit no file can take it.
 (cd "$dir/club" && ulimit -f 0 && TZ=UTC "$varnok" <"$dir/input" 2>&1; echo "status $?") |
     cat >"$dir/console"
 grep -qx 'status 0' "$dir/console" || { echo "the program did not end normally" >&2; exit 1; }
-for message in '? Unable to close balances file "VNKBAL.DAT"' \
+for message in '? Unable to close output file "OUT.LIS"' \
+               '? No statements were written to file VNKSTMNT.LIS' \
+               'Bills have not been created since starting VARNOK or' \
+               '? Unable to close balances file "VNKBAL.DAT"' \
                '? Unable to close payments file "VNKPMNT.TMP"'; do
     grep -qF "$message" "$dir/console" || { echo "missing: $message" >&2; exit 1; }
 done
+! grep -E 'addresses output|statements printed' "$dir/console" >&2 || { echo "a count of nothing" >&2; exit 1; }
 diff -r "$dir/before" "$dir/club" >&2 || { echo "a file changed under the limit" >&2; exit 1; }

@@ -96,11 +96,17 @@ void do_emailBills();
 bool do_bills(int mode, bool by_email);
 // The e-mail branch of the bill run: whether this customer's statement is
 // mailed (an address, and the test-mode address if one is set); starting
-// its capture; and ending it, true when sent. A statement that was not sent
-// goes into `fallback` (the statements file) followed by a form feed.
+// its capture, false when the capture could not be opened (the statement
+// then goes to the statements file); and ending it, true when sent. A
+// statement that was not sent goes into `fallback` (the statements file)
+// followed by a form feed.
 bool email_bill_wanted(const customer *c);
-void email_bill_start(const customer *c);
+bool email_bill_start(const customer *c);
 bool email_bill_finish(FILE *fallback);
+// Test mode ($EMAIL_SEND_ONLY) lets mail go only to that one address.
+bool email_trial_allows(const char *address);
+// Before mail goes out in test mode: the warning that says so.
+void email_trial_warning();
 bool force_bill_always(const customer *c);
 // The account lists (categories, then flags) that close the statements
 // file are the reports' writers; the shell installs them at start-up.

@@ -5,6 +5,7 @@
 
 #include "billing/billing.h"
 #include "conio/iosubs.h"
+#include "mail/email_capture.h"
 
 void (*account_lists_hook)() = nullptr;
 
@@ -25,22 +26,33 @@ void bill_customer(customer *c, const char *heading, const char *trailer, bool f
     bool mailed = !discarded && by_email && email_bill_wanted(c);
     if (discarded)
         set_o_file(nullptr);
-    if (mailed)
-        email_bill_start(c);
+    // After the relay refused the log-in the rest go straight to the file.
+    bool halted = mailed && o_emailHalted();
+    if (mailed && !halted && !email_bill_start(c)) {
+        set_o_file(destination);
+        halted = true;
+        printf("Email FAILED to %s\n", c->eMail);
+    }
+    if (halted) {
+        mailed = false;
+        counts.failed++;
+    }
     // A statement nobody will see is computed but not laid out.
     charge_account(c, fc_charge(c->category, false), billing.bills_started, billing.bills_ended,
                    heading, trailer, true, !discarded, finance);
     if (mailed) {
         // A statement that did not go out lands in the file after all.
-        if (email_bill_finish(destination))
+        if (email_bill_finish(destination)) {
             counts.sent++;
-        else
+        } else {
             counts.failed++;
+            printf("Email FAILED to %s\n", c->eMail);
+        }
     } else {
         // The page end also empties the formatter's pending line, which would
         // otherwise carry a discarded statement's last words into the file.
         o_formfeed();
-        if (!discarded)
+        if (!discarded && !halted)
             counts.printed++;
     }
     set_o_file(destination);
@@ -77,8 +89,10 @@ bool do_bills(int mode, bool by_email) {
     chargesOverDates(mode != 0);
 
     char *heading = alloc_file(db.headfile, "heading", false);
-    if (by_email && db.emailSendOnly != nullptr)
-        printf("!!!SPECIAL TEST MODE sending only to %s\n", db.emailSendOnly);
+    if (by_email) {
+        email_trial_warning();
+        o_emailNewRun();
+    }
     char *trailer = alloc_file(db.trailfile, "trailer", false);
 
     BillCounts counts;
@@ -93,13 +107,19 @@ bool do_bills(int mode, bool by_email) {
     if (account_lists_hook != nullptr)
         account_lists_hook();
 
-    close_o_file(file, db.statementfile, "statements");
-    printf("%d statements printed to file %s\n", counts.printed, db.statementfile);
+    // A statements file that did not reach the disk holds none of them:
+    // no count, and the bills stay not created, so that the outputs warn
+    // before showing an older file.
+    bool written = close_o_file(file, db.statementfile, "statements") == 0 && file != nullptr;
+    if (written)
+        printf("%d statements printed to file %s\n", counts.printed, db.statementfile);
+    else
+        log_error("? No statements were written to file %s\n", db.statementfile);
     if (counts.sent > 0)
         printf("%d statements sent by email\n", counts.sent);
     if (counts.failed > 0)
         log_error("? %d emails FAILED to send\n", counts.failed);
-    db.bills_computed = 1;
+    db.bills_computed = written ? 1 : 0;
     errfree(heading);
     errfree(trailer);
     set_o_file(previous);

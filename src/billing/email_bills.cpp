@@ -19,17 +19,27 @@ void do_emailBills() {
     do_bills(1, true);
 }
 
-bool email_bill_wanted(const customer *c) {
-    if (c->eMail == nullptr || is_blank(c->eMail))
-        return false;
-    // Test mode: only the one address, whatever its letter case.
-    return db.emailSendOnly == nullptr || strcasecmp(c->eMail, db.emailSendOnly) == 0;
+bool email_trial_allows(const char *address) {
+    // Only the one address, whatever its letter case.
+    return db.emailSendOnly == nullptr ||
+           (address != nullptr && strcasecmp(address, db.emailSendOnly) == 0);
 }
 
-void email_bill_start(const customer *c) {
+void email_trial_warning() {
+    if (db.emailSendOnly != nullptr)
+        printf("!!!SPECIAL TEST MODE sending only to %s\n", db.emailSendOnly);
+}
+
+bool email_bill_wanted(const customer *c) {
+    return c->eMail != nullptr && !is_blank(c->eMail) && email_trial_allows(c->eMail);
+}
+
+bool email_bill_start(const customer *c) {
     const char *subject = db.emailSubject != nullptr ? db.emailSubject : "bill created by VARNOK";
-    o_emailOpen(db.emailTempFile, subject, "", db.emailSender, db.emailServer);
+    if (!o_emailOpen(db.emailTempFile, subject, "", db.emailSender, db.emailServer))
+        return false;
     o_emailStart(c->eMail);
+    return true;
 }
 
 bool email_bill_finish(FILE *fallback) {

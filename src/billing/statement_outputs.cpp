@@ -25,6 +25,21 @@ customer *ask_customer(const char *prompt) {
     return c;
 }
 
+// In a mailing, test mode keeps the statement or balance from anyone but
+// the one address.
+bool trial_refuses(const customer *c) {
+    if (!o_emailActive() || c->eMail == nullptr || is_blank(c->eMail) ||
+        email_trial_allows(c->eMail))
+        return false;
+    printf("Not sent to %s: test mode sends only to %s\n", c->eMail, db.emailSendOnly);
+    return true;
+}
+
+void end_mail(const customer *c) {
+    if (!o_emailEnd() && o_emailActive() && c->eMail != nullptr)
+        printf("Email FAILED to %s\n", c->eMail);
+}
+
 void label(const char *text, int column) {
     o_rstring(text, column, true);
 }
@@ -34,7 +49,7 @@ void label(const char *text, int column) {
 void w_stmnt() {
     reread_period_data();
     customer *c = ask_customer("Customer for statement (First Last)");
-    if (c == nullptr)
+    if (c == nullptr || trial_refuses(c))
         return;
     char *start = nullptr;
     char *end = nullptr;
@@ -47,7 +62,7 @@ void w_stmnt() {
     charges scratch{};
     charge_account(c, &scratch, start, end, "", "", false, true, false);
     free_misc_breakdown(scratch.misc_breakdown);
-    o_emailEnd();
+    end_mail(c);
     errfree(start);
     errfree(end);
 }
@@ -57,7 +72,7 @@ void w_balance() {
     free_all_payments();
     do_r_payments(true);
     customer *c = ask_customer("Customer to type balances for (First Last)");
-    if (c == nullptr)
+    if (c == nullptr || trial_refuses(c))
         return;
     o_emailStart(c->eMail);
     o_lstring("Balance from last billing cycle:", 0, true);
@@ -78,7 +93,7 @@ void w_balance() {
         o_lstring("No payments made this billing cycle.", 0, true);
     }
     o_newline(0);
-    o_emailEnd();
+    end_mail(c);
 }
 
 void w_flts() {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
+#include <string>
 
 #include "conio/fileops.h"
 
@@ -133,6 +134,20 @@ FILE *open_append_file(const char *name, const char *kind);
 int close_o_file(FILE *file, const char *name, const char *kind); // 0 on success
 bool set_tabs_allowed(bool flag);
 bool set_insertReturn(bool flag);
+// While `sink` is set, everything written to the current output is also
+// appended to it, so a caller can tell what a file should hold. Returns the
+// previous sink.
+std::string *o_copy_to(std::string *sink);
+// A console line that counts what a writer put into the current output: at
+// the console at once, for a file only once the file is closed complete (a
+// file that could not be written counts nothing).
+void o_note(const char *format, ...) __attribute__((format(printf, 1, 2)));
+// Writes the text unchanged (after the pending line), bypassing the layout.
+void o_verbatim(const char *text);
+// Drops every file still open through open_o_file as if the program had
+// never opened it (a file written safely keeps its old contents, no
+// temporary stays behind) and makes standard output current.
+void o_abandon_open_files();
 
 void o_char(char c, int col, bool force);
 void o_lstring(const char *text, int col, bool force);

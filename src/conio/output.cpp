@@ -58,6 +58,10 @@ struct OutputState {
     char tabs_allowed = 0;
     char autoInsertReturn = 0;
     std::vector<OpenOutput> open_files;
+    // Receives a copy of every byte written while set (o_copy_to).
+    std::string *copy = nullptr;
+    // Console lines that count what went into the open file (o_note).
+    std::string notes;
     // While a print job is running a dead spooler must not kill the
     // program through SIGPIPE; the old disposition comes back afterwards.
     int spoolers_running = 0;
@@ -71,6 +75,8 @@ const char *text_or_empty(const char *text) {
 }
 
 void emit(const char *text, size_t length) {
+    if (out.copy != nullptr)
+        out.copy->append(text, length);
     if (out.cur_file != nullptr && length > 0)
         fwrite(text, 1, length, out.cur_file);
 }
@@ -471,6 +477,8 @@ FILE *open_append_file(const char *name, const char *kind) {
 int close_o_file(FILE *file, const char *name, const char *kind) {
     out.cur_lcount = 1;
     clear_line();
+    std::string notes;
+    notes.swap(out.notes);
     // Nothing open (an earlier open failed): the console comes back.
     if (file != nullptr && !finish_file(file)) {
         log_error("? Unable to close %s file \"%s\"\n", text_or_empty(kind), text_or_empty(name));
@@ -480,7 +488,38 @@ int close_o_file(FILE *file, const char *name, const char *kind) {
         return EOF;
     }
     out.cur_file = stdout;
+    fputs(notes.c_str(), stdout);
     return 0;
+}
+
+void o_note(const char *format, ...) {
+    char line[kLineBytes];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    if (out.cur_file == stdout)
+        fputs(line, stdout);
+    else
+        out.notes += line;
+}
+
+std::string *o_copy_to(std::string *sink) {
+    std::string *previous = out.copy;
+    out.copy = sink;
+    return previous;
+}
+
+void o_verbatim(const char *text) {
+    if (out.cur_line[0] != '\0') {
+        emit(out.cur_line);
+        clear_line();
+    }
+    emit(text);
+}
+
+void o_abandon_open_files() {
+    output_reset();
 }
 
 bool set_tabs_allowed(bool flag) {
@@ -503,6 +542,8 @@ void output_reset() {
             finish_spooler(entry.fp, entry.spooler);
     }
     out.open_files.clear();
+    out.copy = nullptr;
+    out.notes.clear();
     out.cur_file = stdout;
     out.cur_lcount = 1;
     clear_line();

@@ -386,6 +386,13 @@ int32_t calc_price(int32_t quantity, const char *category_name, const char *item
 // ---- Data files ----------------------------------------------------------------
 
 void do_r_price();
+// The relay's log-in belongs in VARNOK_SMTP_USER/VARNOK_SMTP_PASSWORD or
+// ~/.netrc, never in the server setting: true when `server` has a
+// "user[:password]@" part, the setting without it, and the line that says
+// where the log-in goes instead.
+bool server_has_credentials(const char *server);
+std::string server_without_credentials(const char *server);
+void credentials_advice();
 bool do_w_prices();
 void do_r_cust();
 int read_member(customer *c, FILE *file, int line_number, int version);

@@ -97,6 +97,19 @@ void read_email_subject(const char *raw, int line_number) {
     replace_setting(&db.emailSubject, subject.c_str());
 }
 
+// A password in the prices file is readable by anyone who reads the club's
+// files: it is left out of the setting (and so of the next save).
+void read_email_server(const char *word, int line_number) {
+    if (!server_has_credentials(word)) {
+        replace_setting(&db.emailServer, word);
+        return;
+    }
+    replace_setting(&db.emailServer, server_without_credentials(word).c_str());
+    printf("? The email server on line %d holds a user or password; they are left out.\n",
+           line_number);
+    credentials_advice();
+}
+
 void read_always_bill_flag(const char *word, const char *line, int line_number) {
     if (db.always_bill_flag != nullptr && strcmp(db.always_bill_flag, word) != 0) {
         printf("? There can only be one $ALWAYS_BILL_FLAG at a time\n");
@@ -163,7 +176,7 @@ void read_price_line(const char *raw, const char *line, int line_number, price *
     } else if (sscanf(line, " $EMAIL_SEND_ONLY %201s ", word) == 1) {
         replace_setting(&db.emailSendOnly, word);
     } else if (sscanf(line, " $EMAIL_SERVER %201s ", word) == 1) {
-        replace_setting(&db.emailServer, word);
+        read_email_server(word, line_number);
     } else if (sscanf(line, " $EMAIL_SUBJECT %201s ", word) == 1) {
         read_email_subject(raw, line_number);
     } else if (sscanf(line, " $ALWAYS_BILL_FLAG %201s ", word) == 1) {
@@ -190,6 +203,24 @@ void read_price_line(const char *raw, const char *line, int line_number, price *
 }
 
 } // namespace
+
+bool server_has_credentials(const char *server) {
+    return server != nullptr && server_without_credentials(server) != server;
+}
+
+std::string server_without_credentials(const char *server) {
+    std::string text = server;
+    size_t start = text.find("://");
+    start = start == std::string::npos ? 0 : start + 3;
+    size_t at = text.find('@', start);
+    if (at == std::string::npos || at > text.find('/', start))
+        return text;
+    return text.erase(start, at + 1 - start);
+}
+
+void credentials_advice() {
+    printf("    Set VARNOK_SMTP_USER and VARNOK_SMTP_PASSWORD, or put them in ~/.netrc.\n");
+}
 
 void do_r_price() {
     db.always_bill_flag = nullptr;

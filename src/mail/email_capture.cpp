@@ -4,6 +4,7 @@
 #include "mail/email_capture.h"
 
 #include <cstdio>
+#include <string>
 
 #include "conio/iosubs.h"
 #include "mail/smtp.h"
@@ -19,6 +20,13 @@ struct CaptureState {
     char *cur_emailSender = nullptr;
     char *cur_emailServer = nullptr;
     char *cur_emailContent = nullptr;
+    // What the writer wrote for the current recipient: the message goes out
+    // only when the capture file read back holds exactly this.
+    std::string written;
+    bool recording = false;
+    // Set when the relay refused the log-in or its TLS failed: every later
+    // message would fail the same way (each after a wait), so none is tried.
+    bool halted = false;
 };
 
 CaptureState capture;
@@ -33,10 +41,18 @@ void set_text(char **slot, const char *text) {
         *slot = alloc_str(text);
 }
 
-void close_capture_file() {
-    if (capture.cur_emailFile != nullptr)
-        close_o_file(capture.cur_emailFile, capture.cur_emailFileName, kCloseKind);
+// True when a capture file was open and all of it reached the disk.
+bool close_capture_file() {
+    bool ok = capture.cur_emailFile != nullptr &&
+              close_o_file(capture.cur_emailFile, capture.cur_emailFileName, kCloseKind) == 0;
     capture.cur_emailFile = nullptr;
+    return ok;
+}
+
+void stop_recording() {
+    if (capture.recording)
+        o_copy_to(nullptr);
+    capture.recording = false;
 }
 
 // Empties the capture file and makes it the current output again; when it
@@ -45,19 +61,46 @@ void reopen_capture_file() {
     capture.cur_emailFile = open_o_file(capture.cur_emailFileName, kOpenKind);
 }
 
-bool send_content() {
-    capture.cur_emailContent = alloc_file(capture.cur_emailFileName, "email temp read", false);
-    const char *sender = capture.cur_emailSender != nullptr ? capture.cur_emailSender : "";
+// A capture file that could not be written (a full disk, a folder of its
+// name, a refused rename) may still hold an earlier recipient's message:
+// only a read-back equal to what was written for this one is sent. The
+// written text stays available for the fall-back either way.
+bool read_back(bool closed) {
+    char *text = closed ? alloc_file(capture.cur_emailFileName, "email temp read", false) : nullptr;
+    bool complete = text != nullptr && capture.written == text;
+    if (complete) {
+        capture.cur_emailContent = text;
+        return true;
+    }
+    errfree(text);
+    capture.cur_emailContent = alloc_str(capture.written.c_str());
+    return false;
+}
+
+bool send_content(bool closed) {
     const char *server = capture.cur_emailServer != nullptr ? capture.cur_emailServer : "";
-    bool sent = capture.cur_emailContent != nullptr &&
-                sendmail(capture.cur_emailUser, capture.cur_emailUser, capture.cur_emailSubject,
-                         capture.cur_emailContent, program_name, sender, sender, server);
-    if (!sent)
-        log_error("? Unable to send email to %s via server %s\n", capture.cur_emailUser, server);
-    return sent;
+    if (!read_back(closed)) {
+        log_error("? Email to %s not sent: its text could not be written to \"%s\"\n",
+                  capture.cur_emailUser, capture.cur_emailFileName);
+        return false;
+    }
+    if (capture.halted)
+        return false;
+    const char *sender = capture.cur_emailSender != nullptr ? capture.cur_emailSender : "";
+    if (sendmail(capture.cur_emailUser, capture.cur_emailUser, capture.cur_emailSubject,
+                 capture.cur_emailContent, program_name, sender, sender, server))
+        return true;
+    log_error("? Unable to send email to %s via server %s\n", capture.cur_emailUser, server);
+    if (const char *why = sendmail_stop_reason()) {
+        capture.halted = true;
+        printf("? No more email is sent in this run: %s\n", why);
+    }
+    return false;
 }
 
 void end_capture_state() {
+    stop_recording();
+    capture.written.clear();
     capture.cur_emailContent = (char *)errfree(capture.cur_emailContent);
     capture.cur_emailSubject = (char *)errfree(capture.cur_emailSubject);
     capture.cur_emailText = (char *)errfree(capture.cur_emailText);
@@ -85,8 +128,12 @@ void o_emailStart(const char *user) {
     if (capture.cur_emailSubject == nullptr)
         return;
     set_text(&capture.cur_emailUser, user);
+    stop_recording();
     close_capture_file();
     reopen_capture_file();
+    capture.written.clear();
+    capture.recording = true;
+    o_copy_to(&capture.written);
     o_lstring(capture.cur_emailText, 0, false);
     o_newline(3);
 }
@@ -95,10 +142,11 @@ bool o_emailEnd() {
     capture.cur_emailContent = (char *)errfree(capture.cur_emailContent);
     if (capture.cur_emailSubject == nullptr)
         return false;
-    close_capture_file();
+    stop_recording();
+    bool closed = close_capture_file();
     bool result = true;
     if (capture.cur_emailUser != nullptr && !is_blank(capture.cur_emailUser))
-        result = send_content();
+        result = send_content(closed);
     // Whatever the writer prints after this still goes into the (emptied)
     // capture file, never to the screen.
     reopen_capture_file();
@@ -107,6 +155,24 @@ bool o_emailEnd() {
 
 const char *o_emailGetLastContent() {
     return capture.cur_emailContent;
+}
+
+bool o_emailActive() {
+    return capture.cur_emailSubject != nullptr;
+}
+
+bool o_emailHalted() {
+    return capture.halted;
+}
+
+void o_emailNewRun() {
+    capture.halted = false;
+}
+
+void o_emailAbandon() {
+    // The output library drops the file itself (o_abandon_open_files).
+    capture.cur_emailFile = nullptr;
+    end_capture_state();
 }
 
 void o_emailClose() {
@@ -118,6 +184,7 @@ void o_emailClose() {
 }
 
 void mail_reset() {
+    capture.halted = false;
     close_capture_file();
     end_capture_state();
     capture.cur_emailFileName = (char *)errfree(capture.cur_emailFileName);

@@ -9,9 +9,20 @@
 bool o_emailOpen(const char *fileName, const char *subject, const char *text, const char *sender,
                  const char *server);
 void o_emailStart(const char *user);
-bool o_emailEnd(); // true when the message went out or there was none to send
+// True when the message went out or there was none to send. A message goes
+// out only when the capture file read back holds exactly what was written
+// for this recipient; otherwise o_emailGetLastContent still gives that text.
+bool o_emailEnd();
 const char *o_emailGetLastContent();
 void o_emailClose();
+bool o_emailActive();
+// After the relay refused the log-in or TLS failed (said once), no message
+// is tried until o_emailNewRun, which a command calls before its first.
+bool o_emailHalted();
+void o_emailNewRun();
+// For input that ends in the middle of a capture: forgets it without
+// closing; the caller then abandons the open output files.
+void o_emailAbandon();
 
 // The mail layer's share of start-up and RESET: no capture active.
 void mail_reset();

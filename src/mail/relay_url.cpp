@@ -20,6 +20,24 @@
 namespace {
 
 long time_limit_seconds = 30;
+const char *stop_reason = nullptr;
+
+// Failures that every later message to the same relay would meet again.
+const char *reason_to_stop(CURLcode code) {
+    switch (code) {
+    case CURLE_LOGIN_DENIED:
+        return "the relay refused the log-in";
+    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_SSL_CERTPROBLEM:
+    case CURLE_SSL_CIPHER:
+    case CURLE_USE_SSL_FAILED:
+        return "TLS with the relay failed";
+    default:
+        return nullptr;
+    }
+}
 
 struct RelayUrl {
     bool tls_from_start = false;
@@ -218,6 +236,7 @@ bool deliver(const RelayUrl &relay, const char *toEmail, const std::string &mess
     curl_easy_cleanup(curl);
     if (code == CURLE_OK)
         return true;
+    stop_reason = reason_to_stop(code);
     std::string why = error[0] != '\0' ? error : curl_easy_strerror(code);
     // A 4xx or 5xx reply is the relay's own reason; otherwise the relay went
     // silent or away, and the library's reason says how.
@@ -230,6 +249,14 @@ bool deliver(const RelayUrl &relay, const char *toEmail, const std::string &mess
 }
 
 } // namespace
+
+const char *sendmail_stop_reason() {
+    return stop_reason;
+}
+
+void smtp_clear_stop_reason() {
+    stop_reason = nullptr;
+}
 
 bool smtp_is_relay_url(const char *server) {
     return server != nullptr &&

@@ -6,6 +6,7 @@
 bool sendmail(const char *toEmail, const char *toName, const char *subject, const char *body,
               const char *senderName, const char *senderEmail, const char *replyTo,
               const char *server) {
+    smtp_clear_stop_reason();
     // A URL names a present-day relay; a bare host keeps the old client.
     if (smtp_is_relay_url(server))
         return sendmail_relay(toEmail, subject, body, senderName, senderEmail, replyTo, server);

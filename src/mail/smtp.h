@@ -21,6 +21,11 @@ bool sendmail(const char *toEmail, const char *toName, const char *subject, cons
               const char *senderName, const char *senderEmail, const char *replyTo,
               const char *server);
 
+// After a failed sendmail: why no later message through the same relay can
+// succeed (it refused the log-in, TLS failed), or null when only this
+// message failed.
+const char *sendmail_stop_reason();
+
 // What the socket library reports when it starts. POSIX sockets need no
 // start-up, but the client keeps the place where a failed one is reported.
 struct SmtpSocketLibrary {

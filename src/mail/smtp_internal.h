@@ -26,6 +26,8 @@ bool smtp_is_relay_url(const char *server);
 bool sendmail_relay(const char *toEmail, const char *subject, const char *body,
                     const char *senderName, const char *senderEmail, const char *replyTo,
                     const char *server);
+// Forgets the last failure's reason to stop (see sendmail_stop_reason).
+void smtp_clear_stop_reason();
 // The limit on connecting and on each reply, in seconds (30 by default),
 // for both clients.
 void smtp_set_time_limit(long seconds);

@@ -37,9 +37,17 @@ void change_abbreviation() {
 } // namespace
 
 void change_emailServer() {
-    store_setting(&db.emailServer,
-                  get_checked_word("SMTP server to send email", db.emailServer, "The server name",
-                                   EMAIL_WORD_MAX, FIELD_PLAIN));
+    for (;;) {
+        char *answer = get_checked_word("SMTP server to send email", db.emailServer,
+                                        "The server name", EMAIL_WORD_MAX, FIELD_PLAIN);
+        if (!server_has_credentials(answer)) {
+            store_setting(&db.emailServer, answer);
+            return;
+        }
+        errfree(answer);
+        printf("? The server setting may not hold a user or password.\n");
+        credentials_advice();
+    }
 }
 
 void change_emailSender() {

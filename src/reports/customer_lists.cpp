@@ -56,7 +56,7 @@ void w_address(customer *c, long) {
 void w_address_list() {
     maybe_read();
     int count = w_selectedClassOrFlag("Address list customers", w_address, 0);
-    printf("%d addresses output.\n", count);
+    o_note("%d addresses output.\n", count);
 }
 
 void w_nameAndPhone(customer *c, long) {
@@ -72,7 +72,7 @@ void w_nameAndPhone(customer *c, long) {
 void w_phones() {
     maybe_read();
     int count = w_selectedClassOrFlag("Phone number customers", w_nameAndPhone, 0);
-    printf("%d phone numbers output.\n", count);
+    o_note("%d phone numbers output.\n", count);
 }
 
 namespace {
@@ -86,7 +86,7 @@ void full_summary(customer *c, long) {
 void w_customer_list() {
     maybe_read();
     int count = w_selectedClassOrFlag("Customer information", full_summary, 0);
-    printf("%d customers output.\n", count);
+    o_note("%d customers output.\n", count);
 }
 
 void w_info() {

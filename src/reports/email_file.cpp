@@ -1,8 +1,8 @@
 // MESSAGE-FROM-FILE: the same text file mailed to every customer with an
 // address, through the capture that SEND-BY-EMAIL has opened.
 #include <cstdio>
-#include <strings.h>
 
+#include "billing/billing.h"
 #include "conio/iosubs.h"
 #include "db/db.h"
 #include "mail/email_capture.h"
@@ -13,10 +13,7 @@ namespace {
 bool wants_message(const customer *c) {
     if (c->cash && !db.print_cash_bills)
         return false;
-    if (c->eMail == nullptr || is_blank(c->eMail))
-        return false;
-    // Test mode: only the one address, whatever its letter case.
-    return db.emailSendOnly == nullptr || strcasecmp(c->eMail, db.emailSendOnly) == 0;
+    return email_bill_wanted(c);
 }
 
 } // namespace
@@ -35,12 +32,12 @@ void w_email_file(const char *defaultName) {
         if (text == nullptr)
             printf("Unable to read file %s\n", name);
     }
-    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+    // Once the relay refused the log-in, the rest would only fail as well.
+    for (customer *c = db.cust_list; c != nullptr && !o_emailHalted(); c = c->next) {
         if (!wants_message(c))
             continue;
         o_emailStart(c->eMail);
-        if (FILE *out = get_o_file())
-            fputs(text, out);
+        o_verbatim(text);
         if (!o_emailEnd())
             printf("Email FAILED to %s\n", c->eMail);
     }

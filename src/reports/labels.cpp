@@ -64,7 +64,7 @@ void w_labels() {
         blank_lines(lines - 2);
     }
     int count = w_selectedClassOrFlag("Mailing label customers", w_lbl, lines);
-    printf("%d mailing labels output.\n", count);
+    o_note("%d mailing labels output.\n", count);
 }
 
 namespace {
@@ -116,5 +116,5 @@ void w_information_sheet(customer *c, long) {
 void w_data_update_list() {
     maybe_read();
     int count = w_selectedClassOrFlag("Information sheets", w_information_sheet, 0);
-    printf("%d information sheets output.\n", count);
+    o_note("%d information sheets output.\n", count);
 }

@@ -16,14 +16,15 @@ enum { EMAIL_BALANCE, EMAIL_MESSAGE_FROM_FILE, EMAIL_STATEMENT };
 } // namespace
 
 void do_email() {
-    if (db.emailSendOnly != nullptr)
-        printf("!!!SPECIAL TEST MODE sending only to %s\n", db.emailSendOnly);
     maybe_read();
     if (db.emailSender == nullptr || db.emailServer == nullptr) {
         printf("? Email sender and server must be set to send results by EMAIL.\n");
         printf("    Use the CHANGE EMAIL-SENDER and CHANGE EMAIL-SERVER commands to set them.\n");
         return;
     }
+    // Only now is the test-mode setting known, on the first command too.
+    email_trial_warning();
+    o_emailNewRun();
     const char *subject = db.emailSubject != nullptr ? db.emailSubject : "Information from VARNOK";
     // A capture that cannot be opened leaves the writers printing to the
     // console: they still run, with no capture active.

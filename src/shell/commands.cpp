@@ -8,6 +8,7 @@
 #include "conio/iosubs.h"
 #include "db/db.h"
 #include "entry/entry.h"
+#include "mail/email_capture.h"
 #include "maint/maint.h"
 #include "reports/reports.h"
 #include "shell/shell.h"
@@ -187,6 +188,9 @@ void do_print() {
 // keeps the lines already accepted in its temporary file.
 static void end_of_input() {
     entry_close_temporary();
+    // A WRITE or mailing cut off leaves its file as it was, no temporary.
+    o_emailAbandon();
+    o_abandon_open_files();
     printf("\n");
     do_exit();
     fflush(stdout);

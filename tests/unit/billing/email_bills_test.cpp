@@ -4,7 +4,10 @@
 #include "billing/billing.h"
 #include "db/db_fixture.h"
 #include "mail/email_capture.h"
+#include "mail/loopback_relay.h"
 #include "mail/scripted_peer.h" // the mail tests' loopback peer
+
+#include <memory>
 
 namespace {
 
@@ -70,4 +73,117 @@ TEST_F(EmailBills, SentStatementStaysOutOfTheFileARefusedOneFallsBackWithAFormFe
     EXPECT_FALSE(sent);
     EXPECT_TRUE(has(refused.out, "? Unable to send email to member@example.org")) << refused.out;
     EXPECT_EQ(read_file("STATEMENTS"), "\n\n\nNew balance: $5.00\nPay by the 15th.\n\f");
+}
+
+namespace {
+
+const char *const kMembers[][2] = {{"ABLE\tANN", "ann@example.org"},
+                                   {"BAKER\tBOB", "bob@example.org"},
+                                   {"COLE\tCAL", "cal@example.org"}};
+
+// EMAIL-BILLS of three members with a balance each, through the real relay.
+class EmailBillRun : public DbTest {
+  protected:
+    void SetUp() override {
+        DbTest::SetUp();
+        relay_ = std::make_unique<LoopbackRelay>();
+        port_ = relay_->start("starttls", "PLAIN");
+        std::string customers = "$VERSION 6\n", balances = "$VERSION 1\n";
+        for (const auto &m : kMembers) {
+            customers += std::string(m[0]) + "\nCREDIT\tDEFAULT\n-No Phones\n-No Info\n-No #\n" +
+                         "-No spouse name\n-No Flags\n" + m[1] + "\n1 Main St\n\n";
+            balances += std::string(m[0]) + "\t1000\n";
+        }
+        write_file("VNKCUST.DAT", customers);
+        write_file("VNKBAL.DAT", balances);
+        write_file("VNKABBRV.DAT", "$VERSION 1\n");
+        write_file("VNKPRICE.DAT", "$VERSION 2\n$EMAIL_SENDER\tCLUB@EXAMPLE.ORG\n"
+                                   "$EMAIL_SERVER\tSMTP://127.0.0.1:" +
+                                       std::to_string(port_) + "\n");
+    }
+    void TearDown() override {
+        mail_reset();
+        relay_.reset();
+        DbTest::TearDown();
+    }
+
+    // The run's console, with its `step`-th file step failing (0: none);
+    // `delivered` gets the relay's new messages.
+    std::string bill_run(std::vector<std::string> &delivered, long step = 0) {
+        fresh_start();
+        feed_input("\n\n\n\n");
+        std::string out = output_of([step] {
+            file_fault_at(step, step > 0 ? FileFault::FAIL : FileFault::NONE);
+            do_emailBills();
+        });
+        steps_ = file_steps_taken();
+        file_fault_at(0, FileFault::NONE);
+        while (std::filesystem::exists(std::to_string(messages_ + 1) + ".envelope")) {
+            messages_++;
+            delivered.push_back(read_file(std::to_string(messages_) + ".envelope") +
+                                read_file(std::to_string(messages_) + ".content"));
+        }
+        return out;
+    }
+
+    // Every statement reached its own member, by mail or in the file, and
+    // the console counts what happened.
+    static void check(const std::string &out, const std::vector<std::string> &delivered) {
+        const bool filed = has(out, "statements printed to file VNKSTMNT.LIS");
+        const std::string file = filed ? read_file("VNKSTMNT.LIS") : "";
+        int failed = 0;
+        for (const auto &m : kMembers) {
+            std::string name = std::string(m[0]).substr(std::string(m[0]).find('\t') + 1) + " " +
+                               std::string(m[0]).substr(0, std::string(m[0]).find('\t'));
+            int mailed = 0;
+            for (const std::string &message : delivered)
+                if (has(message, name))
+                    mailed +=
+                        1 + (message.find(std::string("\n") + m[1] + "\n") == std::string::npos
+                                 ? 100 // someone else's statement
+                                 : 0);
+            EXPECT_LE(mailed, 1) << name << out;
+            failed += 1 - mailed;
+            EXPECT_EQ(has(out, std::string("Email FAILED to ") + m[1]), mailed == 0) << out;
+            EXPECT_TRUE(!filed || has(file, name) == (mailed == 0)) << name << out;
+        }
+        EXPECT_EQ(has(out, std::to_string(delivered.size()) + " statements sent by email"),
+                  !delivered.empty())
+            << out;
+        EXPECT_EQ(has(out, "? " + std::to_string(failed) + " emails FAILED to send"), failed > 0)
+            << out;
+        EXPECT_EQ(db.bills_computed, filed ? 1 : 0);
+        EXPECT_EQ(has(out, "? No statements were written to file VNKSTMNT.LIS"), !filed) << out;
+    }
+
+    std::unique_ptr<LoopbackRelay> relay_;
+    unsigned port_ = 0;
+    int messages_ = 0;
+    long steps_ = 0;
+};
+
+} // namespace
+
+// A capture file that cannot be written at any one file step (a full disk,
+// a refused rename) or is a folder: no message goes out blank or with
+// another member's statement, and none is lost.
+TEST_F(EmailBillRun, AnUnwritableCaptureNeverMailsTheWrongStatementOrLosesOne) {
+    std::vector<std::string> delivered;
+    std::string out = bill_run(delivered);
+    EXPECT_EQ(delivered.size(), 3u) << out;
+    check(out, delivered);
+    const long steps = steps_;
+    for (long step = 1; step <= steps; step++) {
+        SCOPED_TRACE(step);
+        delivered.clear();
+        out = bill_run(delivered, step);
+        check(out, delivered);
+    }
+    EXPECT_GT(steps, 20);
+    std::filesystem::remove("VNKEMAIL.TMP");
+    std::filesystem::create_directory("VNKEMAIL.TMP");
+    delivered.clear();
+    out = bill_run(delivered);
+    EXPECT_TRUE(delivered.empty());
+    check(out, delivered);
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """A present-day relay for the mail tests (aiosmtpd):
-aiosmtpd_relay.py DIR SECONDS CERT KEY USER PASSWORD MODE MECHANISM
+aiosmtpd_relay.py DIR SECONDS CERT KEY USER PASSWORD MODE MECHANISM [stall]
 
 MODE "starttls" requires STARTTLS before anything else; "tls" speaks TLS from
 the first byte. Authentication is required, with MECHANISM (LOGIN or PLAIN)
@@ -10,7 +10,9 @@ connections until SECONDS have passed or DIR/stop exists. Message N (from 1)
 is recorded as DIR/N.envelope (sender, then each recipient, one a line) and
 DIR/N.content (the data as received, dot-stuffing undone) and DIR/N.body
 (its body, line ends made LF); every refused
-login adds a line to DIR/refused."""
+login adds a line to DIR/refused. With "stall", once a login was refused
+the relay answers nothing more, on any connection, as a provider that
+holds off a client guessing passwords."""
 
 import asyncio
 import logging
@@ -21,6 +23,19 @@ import sys
 import warnings
 
 from aiosmtpd.smtp import SMTP, AuthResult
+
+
+class StallingSMTP(SMTP):
+    stall = False
+    silent = False
+
+    async def push(self, status):
+        if StallingSMTP.silent:
+            return
+        await super().push(status)
+        text = status if isinstance(status, str) else status.decode()
+        if self.stall and text.startswith("535"):
+            StallingSMTP.silent = True
 
 
 class Recorder:
@@ -51,15 +66,17 @@ class Recorder:
         return "250 Message accepted for delivery"
 
 
-async def serve(path, deadline, cert, key, user, password, mode, mechanism):
+async def serve(path, deadline, cert, key, user, password, mode, mechanism, stall=""):
     recorder = Recorder(path, user, password)
     context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
     context.load_cert_chain(cert, key)
     excluded = [m for m in ("LOGIN", "PLAIN") if m != mechanism]
     listener = socket.create_server(("127.0.0.1", 0))
 
+    StallingSMTP.stall = stall == "stall"
+
     def protocol():
-        return SMTP(recorder, hostname="relay.test", timeout=deadline, authenticator=recorder,
+        return StallingSMTP(recorder, hostname="relay.test", timeout=deadline, authenticator=recorder,
                     auth_required=True, auth_exclude_mechanism=excluded,
                     tls_context=context if mode == "starttls" else None,
                     require_starttls=mode == "starttls", auth_require_tls=mode == "starttls")
@@ -78,4 +95,4 @@ if __name__ == "__main__":
     logging.disable(logging.CRITICAL)
     # Login over implicit TLS is what "tls" mode is for; aiosmtpd cannot tell.
     warnings.simplefilter("ignore")
-    asyncio.run(serve(sys.argv[1], float(sys.argv[2]), *sys.argv[3:9]))
+    asyncio.run(serve(sys.argv[1], float(sys.argv[2]), *sys.argv[3:10]))

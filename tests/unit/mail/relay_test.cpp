@@ -2,6 +2,8 @@
 // or TLS from the start, a throwaway self-signed certificate and required
 // AUTH LOGIN or PLAIN. Also the failures a treasurer meets: a wrong
 // password, an untrusted certificate, a relay that never answers.
+#include "loopback_relay.h"
+#include "mail/email_capture.h"
 #include "mail/smtp.h"
 #include "mail/smtp_internal.h"
 #include "scripted_peer.h"
@@ -12,6 +14,7 @@
 #include <sys/socket.h>
 
 #include <chrono>
+#include <memory>
 
 namespace {
 
@@ -24,47 +27,18 @@ class Relay : public TempDirTest {
   protected:
     void SetUp() override {
         TempDirTest::SetUp();
-        // A certificate for 127.0.0.1 that only this test trusts.
-        ASSERT_EQ(system("openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem "
-                         "-out cert.pem -days 1 -subj /CN=127.0.0.1 "
-                         "-addext subjectAltName=IP:127.0.0.1 >/dev/null 2>&1"),
-                  0)
-            << "openssl is missing (scripts/setup-deps installs it)";
-        setenv("VARNOK_SMTP_USER", "treasurer", 1);
-        setenv("VARNOK_SMTP_PASSWORD", "s3cret-pw", 1);
-        setenv("VARNOK_SMTP_CAFILE", (dir_ / "cert.pem").c_str(), 1);
-        smtp_set_time_limit(5);
+        relay_ = std::make_unique<LoopbackRelay>();
     }
 
     void TearDown() override {
-        stop();
-        unsetenv("VARNOK_SMTP_USER");
-        unsetenv("VARNOK_SMTP_PASSWORD");
-        unsetenv("VARNOK_SMTP_CAFILE");
-        smtp_set_time_limit(30);
+        relay_.reset();
         TempDirTest::TearDown();
     }
 
-    // Starts the relay; returns its port.
-    unsigned start(const char *mode, const char *mechanism) {
-        std::filesystem::remove("stop");
-        std::string command =
-            "/usr/bin/python3 " VARNOK_SOURCE_DIR "/tests/unit/mail/aiosmtpd_relay.py " +
-            dir_.string() + " 30 cert.pem key.pem treasurer s3cret-pw " + mode + " " + mechanism;
-        server_ = popen(command.c_str(), "r");
-        unsigned port = 0;
-        if (server_ == nullptr || fscanf(server_, "PORT %u", &port) != 1)
-            ADD_FAILURE() << "aiosmtpd did not start (scripts/setup-deps installs it)";
-        return port;
+    unsigned start(const char *mode, const char *mechanism, const char *extra = "") {
+        return relay_->start(mode, mechanism, extra);
     }
-
-    void stop() {
-        if (server_ != nullptr) {
-            write_file("stop", "");
-            pclose(server_);
-        }
-        server_ = nullptr;
-    }
+    void stop() { relay_->stop(); }
 
     bool send(const std::string &server, std::string &out) {
         bool result = false;
@@ -74,7 +48,7 @@ class Relay : public TempDirTest {
         return result;
     }
 
-    FILE *server_ = nullptr;
+    std::unique_ptr<LoopbackRelay> relay_;
 };
 
 std::string header_field(const std::string &message, const std::string &name) {
@@ -184,4 +158,55 @@ TEST_F(Relay, ARelayThatNeverAnswersFailsWithinTheLimit) {
         EXPECT_EQ(out.rfind("? Mail relay " + server + " failed: ", 0), 0u) << out;
     }
     close(listener);
+}
+
+// A relay that refuses the log-in and then goes silent: the refusal is said
+// once and no other message is tried (each would wait out the limit), each
+// keeping its own text for the statements file. An untrusted certificate
+// stops a mailing the same way; the next mailing tries again.
+TEST_F(Relay, ARefusedLoginOrFailedTlsStopsTheMailingAtOnce) {
+    std::string server = "smtps://127.0.0.1:" + std::to_string(start("tls", "LOGIN", "stall"));
+    smtp_set_time_limit(2);
+    auto mailing = [&](int members, std::vector<bool> &sent, std::vector<std::string> &kept) {
+        return output_of([&] {
+            ASSERT_TRUE(o_emailOpen("VNKEMAIL.TMP", "s", "", FROM, server.c_str()));
+            o_emailNewRun();
+            for (int i = 0; i < members; i++) {
+                std::string to = "m" + std::to_string(i) + "@example.org";
+                o_emailStart(to.c_str());
+                o_lstring(("Statement of " + to).c_str(), 0, false);
+                o_newline(0);
+                sent.push_back(o_emailEnd());
+                kept.push_back(o_emailGetLastContent() ? o_emailGetLastContent() : "<none>");
+            }
+            o_emailClose();
+        });
+    };
+    setenv("VARNOK_SMTP_PASSWORD", "wrong-pw", 1);
+    std::vector<bool> sent;
+    std::vector<std::string> kept;
+    auto begun = std::chrono::steady_clock::now();
+    std::string out = mailing(3, sent, kept);
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::seconds(4)) << out;
+    EXPECT_EQ(sent, std::vector<bool>(3, false)) << out;
+    EXPECT_EQ(kept[2], "\n\n\nStatement of m2@example.org\n");
+    EXPECT_TRUE(o_emailHalted());
+    EXPECT_EQ(read_file("refused"), "LOGIN\n");
+    const std::string why = "? No more email is sent in this run: the relay refused the log-in\n";
+    EXPECT_EQ(out.find(why), out.rfind(why)) << out;
+    EXPECT_NE(out.find(why), std::string::npos) << out;
+
+    stop();
+    server = "smtps://127.0.0.1:" + std::to_string(start("tls", "LOGIN"));
+    unsetenv("VARNOK_SMTP_CAFILE");
+    setenv("VARNOK_SMTP_PASSWORD", "s3cret-pw", 1);
+    out = mailing(2, sent, kept);
+    EXPECT_TRUE(has(out, "? No more email is sent in this run: TLS with the relay failed")) << out;
+    EXPECT_EQ(read_file("refused"), "LOGIN\n");
+    EXPECT_FALSE(std::filesystem::exists("1.envelope"));
+    setenv("VARNOK_SMTP_CAFILE", (dir_ / "cert.pem").c_str(), 1);
+    sent.clear();
+    out = mailing(1, sent, kept);
+    EXPECT_EQ(sent, std::vector<bool>{true});
+    EXPECT_EQ(read_file("1.envelope"), "club@example.org\nm0@example.org\n");
 }
