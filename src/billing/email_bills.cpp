@@ -5,6 +5,7 @@
 #include <strings.h>
 
 #include "billing/billing.h"
+#include "billing/statement_pdf.h"
 #include "conio/iosubs.h"
 #include "mail/email_capture.h"
 
@@ -30,6 +31,7 @@ void email_bill_start(const customer *c) {
     const char *subject = db.emailSubject != nullptr ? db.emailSubject : "bill created by VARNOK";
     o_emailOpen(db.emailTempFile, subject, "", db.emailSender, db.emailServer);
     o_emailStart(c->eMail);
+    attach_statement_pdf(c, billing.bills_ended);
 }
 
 bool email_bill_finish(FILE *fallback) {

@@ -4,9 +4,11 @@
 #include "mail/email_capture.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "conio/iosubs.h"
 #include "mail/smtp.h"
+#include "mail/smtp_internal.h"
 
 namespace {
 
@@ -19,6 +21,7 @@ struct CaptureState {
     char *cur_emailSender = nullptr;
     char *cur_emailServer = nullptr;
     char *cur_emailContent = nullptr;
+    std::function<bool(const char *, MailAttachment &)> attach; // for this recipient
 };
 
 CaptureState capture;
@@ -49,15 +52,20 @@ bool send_content() {
     capture.cur_emailContent = alloc_file(capture.cur_emailFileName, "email temp read", false);
     const char *sender = capture.cur_emailSender != nullptr ? capture.cur_emailSender : "";
     const char *server = capture.cur_emailServer != nullptr ? capture.cur_emailServer : "";
+    MailAttachment file;
+    bool attached = capture.cur_emailContent != nullptr && capture.attach &&
+                    smtp_is_relay_url(server) && capture.attach(capture.cur_emailContent, file);
     bool sent = capture.cur_emailContent != nullptr &&
                 sendmail(capture.cur_emailUser, capture.cur_emailUser, capture.cur_emailSubject,
-                         capture.cur_emailContent, program_name, sender, sender, server);
+                         capture.cur_emailContent, program_name, sender, sender, server,
+                         attached ? &file : nullptr);
     if (!sent)
         log_error("? Unable to send email to %s via server %s\n", capture.cur_emailUser, server);
     return sent;
 }
 
 void end_capture_state() {
+    capture.attach = nullptr;
     capture.cur_emailContent = (char *)errfree(capture.cur_emailContent);
     capture.cur_emailSubject = (char *)errfree(capture.cur_emailSubject);
     capture.cur_emailText = (char *)errfree(capture.cur_emailText);
@@ -85,6 +93,7 @@ void o_emailStart(const char *user) {
     if (capture.cur_emailSubject == nullptr)
         return;
     set_text(&capture.cur_emailUser, user);
+    capture.attach = nullptr;
     close_capture_file();
     reopen_capture_file();
     o_lstring(capture.cur_emailText, 0, false);
@@ -99,10 +108,16 @@ bool o_emailEnd() {
     bool result = true;
     if (capture.cur_emailUser != nullptr && !is_blank(capture.cur_emailUser))
         result = send_content();
+    capture.attach = nullptr;
     // Whatever the writer prints after this still goes into the (emptied)
     // capture file, never to the screen.
     reopen_capture_file();
     return result;
+}
+
+void o_emailAttach(std::function<bool(const char *text, MailAttachment &file)> make) {
+    if (capture.cur_emailSubject != nullptr)
+        capture.attach = std::move(make);
 }
 
 const char *o_emailGetLastContent() {

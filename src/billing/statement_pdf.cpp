@@ -1,0 +1,177 @@
+// Laying statements out as PDF with libharu. Nothing is measured or
+// wrapped: each text line goes on the page at a fixed pitch in a fixed-width
+// font, which is what keeps the columns of the flight table together.
+#include "billing/statement_pdf.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+#include <hpdf.h>
+
+namespace {
+
+constexpr double kLeading = 9.5;
+// The first line's baseline, so that line 10 sits 2.1 inches from the top,
+// in a #10 envelope's window when the page is folded in three.
+constexpr double kFirstBaseline = 792 - (152 - 9 * kLeading);
+const char *const kBoldMark = "New balance:";
+
+void on_error(HPDF_STATUS error, HPDF_STATUS detail, void *data);
+
+} // namespace
+
+struct StatementPdf {
+    HPDF_Doc doc = nullptr;
+    HPDF_Font regular = nullptr;
+    HPDF_Font bold = nullptr;
+    HPDF_STATUS error = 0;
+    HPDF_STATUS detail = 0;
+};
+
+namespace {
+
+void on_error(HPDF_STATUS error, HPDF_STATUS detail, void *data) {
+    StatementPdf *pdf = static_cast<StatementPdf *>(data);
+    if (pdf->error == 0) {
+        pdf->error = error;
+        pdf->detail = detail;
+    }
+}
+
+// A text line as it stands on paper: tabs to every eighth column, control
+// characters blank, trailing blanks dropped.
+std::string paper_line(std::string_view line) {
+    std::string out;
+    for (char c : line) {
+        if (c == '\t')
+            out.append(8 - out.size() % 8, ' ');
+        else if (static_cast<unsigned char>(c) < ' ')
+            out += ' ';
+        else
+            out += c;
+    }
+    while (!out.empty() && out.back() == ' ')
+        out.pop_back();
+    return out;
+}
+
+std::vector<std::string> paper_lines(std::string_view text) {
+    std::vector<std::string> lines;
+    while (!text.empty()) {
+        size_t end = text.find('\n');
+        lines.push_back(paper_line(text.substr(0, end)));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    while (!lines.empty() && lines.back().empty())
+        lines.pop_back();
+    return lines;
+}
+
+void put_page(StatementPdf *pdf, const std::vector<std::string> &lines, size_t from, size_t to,
+              const std::string *header) {
+    HPDF_Page page = HPDF_AddPage(pdf->doc);
+    HPDF_Page_SetSize(page, HPDF_PAGE_SIZE_LETTER, HPDF_PAGE_PORTRAIT);
+    HPDF_Page_BeginText(page);
+    HPDF_Page_SetTextLeading(page, kLeading);
+    HPDF_Font font = pdf->regular;
+    HPDF_Page_SetFontAndSize(page, font, kPdfFontSize);
+    HPDF_Page_MoveTextPos(page, kPdfLeftMargin, kFirstBaseline + kLeading);
+    if (header != nullptr) {
+        HPDF_Page_ShowTextNextLine(page, header->c_str());
+        HPDF_Page_MoveToNextLine(page);
+    }
+    for (size_t i = from; i < to; i++) {
+        const std::string &line = lines[i];
+        HPDF_Font wanted = line.find(kBoldMark) != std::string::npos ? pdf->bold : pdf->regular;
+        if (wanted != font) {
+            font = wanted;
+            HPDF_Page_SetFontAndSize(page, font, kPdfFontSize);
+        }
+        if (line.empty())
+            HPDF_Page_MoveToNextLine(page);
+        else
+            HPDF_Page_ShowTextNextLine(page, line.c_str());
+    }
+    HPDF_Page_EndText(page);
+}
+
+} // namespace
+
+StatementPdf *statement_pdf_new() {
+    StatementPdf *pdf = new StatementPdf;
+    pdf->doc = HPDF_New(on_error, pdf);
+    if (pdf->doc != nullptr) {
+        HPDF_SetCompressionMode(pdf->doc, HPDF_COMP_ALL);
+        HPDF_SetInfoAttr(pdf->doc, HPDF_INFO_CREATOR, "VARNOK");
+        pdf->regular = HPDF_GetFont(pdf->doc, "Courier", "WinAnsiEncoding");
+        pdf->bold = HPDF_GetFont(pdf->doc, "Courier-Bold", "WinAnsiEncoding");
+    }
+    if (pdf->doc == nullptr || pdf->error != 0) {
+        printf("? Unable to start the PDF library (error %04X)\n",
+               static_cast<unsigned>(pdf->error));
+        if (pdf->doc != nullptr)
+            HPDF_Free(pdf->doc);
+        delete pdf;
+        return nullptr;
+    }
+    return pdf;
+}
+
+int statement_pdf_add(StatementPdf *pdf, std::string_view text, std::string_view name) {
+    std::vector<std::string> lines = paper_lines(text);
+    size_t first = std::min(lines.size(), static_cast<size_t>(kPdfLinesPerPage));
+    put_page(pdf, lines, 0, first, nullptr);
+    std::string header = paper_line(name);
+    header += header.empty() ? "continued" : " continued";
+    // A continuation page gives two lines to its header and the gap below.
+    int pages = 1;
+    for (size_t at = first; at < lines.size(); at += kPdfLinesPerPage - 2, pages++)
+        put_page(pdf, lines, at, std::min(lines.size(), at + kPdfLinesPerPage - 2), &header);
+    return pages;
+}
+
+bool statement_pdf_end(StatementPdf *pdf, std::string &bytes) {
+    bytes.clear();
+    if (pdf->error == 0 && HPDF_SaveToStream(pdf->doc) == HPDF_OK) {
+        bytes.resize(HPDF_GetStreamSize(pdf->doc));
+        HPDF_UINT32 size = static_cast<HPDF_UINT32>(bytes.size());
+        HPDF_ReadFromStream(pdf->doc, reinterpret_cast<HPDF_BYTE *>(bytes.data()), &size);
+        bytes.resize(size);
+    }
+    bool made = pdf->error == 0;
+    if (!made)
+        printf("? Unable to make the PDF (error %04X, %u)\n", static_cast<unsigned>(pdf->error),
+               static_cast<unsigned>(pdf->detail));
+    HPDF_Free(pdf->doc);
+    delete pdf;
+    return made;
+}
+
+bool statement_pdf(std::string_view text, std::string_view name, std::string &bytes) {
+    StatementPdf *pdf = statement_pdf_new();
+    if (pdf == nullptr)
+        return false;
+    statement_pdf_add(pdf, text, name);
+    return statement_pdf_end(pdf, bytes);
+}
+
+std::string statement_name(std::string_view text, int heading_lines) {
+    std::vector<std::string> lines = paper_lines(text);
+    for (size_t i = static_cast<size_t>(std::max(9, heading_lines)); i < lines.size(); i++) {
+        const std::string &line = lines[i];
+        size_t start = line.find_first_not_of(' ');
+        if (start == std::string::npos)
+            continue;
+        size_t gap = line.find("  ", start);
+        return line.substr(start, gap == std::string::npos ? std::string::npos : gap - start);
+    }
+    return "";
+}
+
+int heading_line_count(const char *heading) {
+    if (heading == nullptr)
+        return 0;
+    std::string_view text(heading);
+    return static_cast<int>(std::count(text.begin(), text.end(), '\n')) + 1;
+}
