@@ -12,9 +12,10 @@
 namespace {
 
 constexpr double kLeading = 9.5;
-// The first line's baseline, so that line 10 sits 2.1 inches from the top,
-// in a #10 envelope's window when the page is folded in three.
-constexpr double kFirstBaseline = 792 - (152 - 9 * kLeading);
+// The first line's baseline, so that line 10 stands 2.14 inches from the
+// top: in a #10 envelope's window (2.04 to 3.17 inches down the folded
+// page, wherever the page sits in the envelope).
+constexpr double kFirstBaseline = 792 - (154 - 9 * kLeading);
 const char *const kBoldMark = "New balance:";
 
 void on_error(HPDF_STATUS error, HPDF_STATUS detail, void *data);

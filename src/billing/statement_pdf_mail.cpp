@@ -33,7 +33,9 @@ std::string printed_name(const customer *c) {
 void attach_statement_pdf(const customer *c, const char *period_end) {
     if (!db.email_attach_pdf)
         return;
-    std::string end = period_end != nullptr ? period_end : i_convertTimeToString(db.curDate);
+    bool ok = false;
+    long end_date = period_end != nullptr ? i_convertDateToTime(period_end, &ok) : 0;
+    std::string end = i_convertTimeToString(ok ? end_date : db.curDate);
     std::string file_name =
         "statement-" + file_name_part(c->lastname) + "-" + file_name_part(end.c_str()) + ".pdf";
     std::string name = printed_name(c);
