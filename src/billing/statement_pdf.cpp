@@ -40,17 +40,42 @@ void on_error(HPDF_STATUS error, HPDF_STATUS detail, void *data) {
     }
 }
 
-// A text line as it stands on paper: tabs to every eighth column, control
-// characters blank, trailing blanks dropped.
+// The length of the UTF-8 sequence at `p` (1 to 4), or 0 when the bytes
+// there are not one (a Latin-1 file's accented letter, say).
+size_t utf8_length(std::string_view text, size_t at) {
+    unsigned char lead = static_cast<unsigned char>(text[at]);
+    size_t length = lead >= 0xF0 && lead < 0xF5 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 0;
+    if (length == 0 || at + length > text.size())
+        return 0;
+    for (size_t i = 1; i < length; i++)
+        if ((static_cast<unsigned char>(text[at + i]) & 0xC0) != 0x80)
+            return 0;
+    return length;
+}
+
+// A text line as it stands on paper, one byte a column in the PDF font's
+// Windows Latin 1 encoding: tabs to every eighth column, control
+// characters blank, a UTF-8 letter of Latin 1 as itself and any other as
+// "?", trailing blanks dropped.
 std::string paper_line(std::string_view line) {
     std::string out;
-    for (char c : line) {
-        if (c == '\t')
+    for (size_t i = 0; i < line.size(); i++) {
+        unsigned char c = static_cast<unsigned char>(line[i]);
+        size_t length = c >= 0x80 ? utf8_length(line, i) : 0;
+        if (c == '\t') {
             out.append(8 - out.size() % 8, ' ');
-        else if (static_cast<unsigned char>(c) < ' ')
+        } else if (c < ' ') {
             out += ' ';
-        else
-            out += c;
+        } else if (length == 2 && c == 0xC3) {
+            out += static_cast<char>(0xC0 | (static_cast<unsigned char>(line[i + 1]) & 0x3F));
+        } else if (length == 2 && c == 0xC2 && static_cast<unsigned char>(line[i + 1]) >= 0xA0) {
+            out += line[i + 1];
+        } else if (length > 0) {
+            out += '?';
+        } else {
+            out += static_cast<char>(c);
+        }
+        i += length > 0 ? length - 1 : 0;
     }
     while (!out.empty() && out.back() == ' ')
         out.pop_back();

@@ -66,8 +66,15 @@ bool statements_to_pdf(const char *source, const char *pdf_name) {
     free(buffer);
     bool read_ok = ferror(in) == 0;
     fclose(in);
-    if (pdf != nullptr)
+    if (pdf == nullptr)
+        return true;
+    if (statements > 0) {
         finish(pdf, pdf_name, statements, pages);
+    } else {
+        std::string none;
+        statement_pdf_end(pdf, none);
+        printf("? No statements in %s; nothing written to %s\n", source, pdf_name);
+    }
     return read_ok;
 }
 
