@@ -11,13 +11,6 @@
 
 namespace {
 
-constexpr double kLeading = 9.5;
-// The first line's baseline, so that line 10 stands 2.14 inches from the
-// top: in a #10 envelope's window (2.04 to 3.17 inches down the folded
-// page, wherever the page sits in the envelope).
-constexpr double kFirstBaseline = 792 - (154 - 9 * kLeading);
-const char *const kBoldMark = "New balance:";
-
 void on_error(HPDF_STATUS error, HPDF_STATUS detail, void *data);
 
 } // namespace
@@ -82,7 +75,9 @@ std::string paper_line(std::string_view line) {
     return out;
 }
 
-std::vector<std::string> paper_lines(std::string_view text) {
+} // namespace
+
+std::vector<std::string> statement_paper_lines(std::string_view text) {
     std::vector<std::string> lines;
     while (!text.empty()) {
         size_t end = text.find('\n');
@@ -94,22 +89,43 @@ std::vector<std::string> paper_lines(std::string_view text) {
     return lines;
 }
 
+std::vector<StatementPage> statement_pages(size_t line_count) {
+    std::vector<StatementPage> pages;
+    size_t first = std::min(line_count, static_cast<size_t>(kPdfLinesPerPage));
+    pages.push_back({0, first});
+    // A continuation page gives two lines to its header and the gap below.
+    for (size_t at = first; at < line_count; at += kPdfLinesPerPage - 2)
+        pages.push_back({at, std::min(line_count, at + kPdfLinesPerPage - 2)});
+    return pages;
+}
+
+std::string continued_header(std::string_view name) {
+    std::string header = paper_line(name);
+    return header + (header.empty() ? "continued" : " continued");
+}
+
+bool statement_line_emphasised(const std::string &line) {
+    return line.find("New balance:") != std::string::npos;
+}
+
+namespace {
+
 void put_page(StatementPdf *pdf, const std::vector<std::string> &lines, size_t from, size_t to,
               const std::string *header) {
     HPDF_Page page = HPDF_AddPage(pdf->doc);
     HPDF_Page_SetSize(page, HPDF_PAGE_SIZE_LETTER, HPDF_PAGE_PORTRAIT);
     HPDF_Page_BeginText(page);
-    HPDF_Page_SetTextLeading(page, kLeading);
+    HPDF_Page_SetTextLeading(page, kPdfLeading);
     HPDF_Font font = pdf->regular;
     HPDF_Page_SetFontAndSize(page, font, kPdfFontSize);
-    HPDF_Page_MoveTextPos(page, kPdfLeftMargin, kFirstBaseline + kLeading);
+    HPDF_Page_MoveTextPos(page, kPdfLeftMargin, kPdfFirstBaseline + kPdfLeading);
     if (header != nullptr) {
         HPDF_Page_ShowTextNextLine(page, header->c_str());
         HPDF_Page_MoveToNextLine(page);
     }
     for (size_t i = from; i < to; i++) {
         const std::string &line = lines[i];
-        HPDF_Font wanted = line.find(kBoldMark) != std::string::npos ? pdf->bold : pdf->regular;
+        HPDF_Font wanted = statement_line_emphasised(line) ? pdf->bold : pdf->regular;
         if (wanted != font) {
             font = wanted;
             HPDF_Page_SetFontAndSize(page, font, kPdfFontSize);
@@ -145,16 +161,12 @@ StatementPdf *statement_pdf_new() {
 }
 
 int statement_pdf_add(StatementPdf *pdf, std::string_view text, std::string_view name) {
-    std::vector<std::string> lines = paper_lines(text);
-    size_t first = std::min(lines.size(), static_cast<size_t>(kPdfLinesPerPage));
-    put_page(pdf, lines, 0, first, nullptr);
-    std::string header = paper_line(name);
-    header += header.empty() ? "continued" : " continued";
-    // A continuation page gives two lines to its header and the gap below.
-    int pages = 1;
-    for (size_t at = first; at < lines.size(); at += kPdfLinesPerPage - 2, pages++)
-        put_page(pdf, lines, at, std::min(lines.size(), at + kPdfLinesPerPage - 2), &header);
-    return pages;
+    std::vector<std::string> lines = statement_paper_lines(text);
+    std::vector<StatementPage> pages = statement_pages(lines.size());
+    std::string header = continued_header(name);
+    for (size_t i = 0; i < pages.size(); i++)
+        put_page(pdf, lines, pages[i].from, pages[i].to, i > 0 ? &header : nullptr);
+    return static_cast<int>(pages.size());
 }
 
 bool statement_pdf_end(StatementPdf *pdf, std::string &bytes) {
@@ -183,7 +195,7 @@ bool statement_pdf(std::string_view text, std::string_view name, std::string &by
 }
 
 std::string statement_name(std::string_view text, int heading_lines) {
-    std::vector<std::string> lines = paper_lines(text);
+    std::vector<std::string> lines = statement_paper_lines(text);
     for (size_t i = static_cast<size_t>(std::max(9, heading_lines)); i < lines.size(); i++) {
         const std::string &line = lines[i];
         size_t start = line.find_first_not_of(' ');

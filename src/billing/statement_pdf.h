@@ -7,8 +7,10 @@
 // name and "continued"; the "New balance:" line is set in bold.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // A PDF document of any number of statements, one page group each.
 struct StatementPdf;
@@ -40,6 +42,39 @@ constexpr double kPdfFontSize = 9;
 constexpr double kPdfCharWidth = kPdfFontSize * 0.6;
 constexpr double kPdfLeftMargin = 16 * kPdfCharWidth;
 constexpr int kPdfLinesPerPage = 74;
+constexpr double kPdfLeading = 9.5;
+// The first line's baseline, so that line 10 stands 2.14 inches from the
+// top: in a #10 envelope's window (2.04 to 3.17 inches down the folded
+// page, wherever the page sits in the envelope).
+constexpr double kPdfFirstBaseline = 792 - (154 - 9 * kPdfLeading);
+
+// ---- The layout both writers share -------------------------------------------
+
+// A statement's lines as they stand on paper, one byte a column in the
+// fonts' Windows Latin 1 encoding; trailing blank lines dropped.
+std::vector<std::string> statement_paper_lines(std::string_view text);
+// Its pages: which lines each holds; all but the first are continuations,
+// headed by `continued_header` and an empty line.
+struct StatementPage {
+    size_t from, to;
+};
+std::vector<StatementPage> statement_pages(size_t line_count);
+std::string continued_header(std::string_view name);
+// The line set in bold.
+bool statement_line_emphasised(const std::string &line);
+
+// ---- Many statements streamed into one file ------------------------------------
+
+// For a whole month's statements (tens of thousands of pages), written a
+// page at a time so that neither memory nor time grows with what came
+// before: only the pages' places in the file are kept. The same pages as
+// statement_pdf_add, in the same standard fonts.
+struct StatementPdfFile;
+StatementPdfFile *statement_pdf_file_open(FILE *out);
+int statement_pdf_file_add(StatementPdfFile *pdf, std::string_view text, std::string_view name);
+// Writes the page tree and the cross-reference table and frees it; false
+// when a write failed.
+bool statement_pdf_file_close(StatementPdfFile *pdf);
 
 struct customer;
 // Asks the e-mail capture to attach this customer's statement as

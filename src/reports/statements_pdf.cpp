@@ -3,7 +3,9 @@
 // Every page is made from the statement's text lines as the text output
 // holds them; the PDF is written under a temporary name and renamed.
 #include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "billing/statement_pdf.h"
 #include "conio/iosubs.h"
@@ -25,55 +27,60 @@ bool write_pdf(const char *pdf_name, const std::string &bytes) {
     return true;
 }
 
-void finish(StatementPdf *pdf, const char *pdf_name, int statements, int pages) {
-    std::string bytes;
-    if (statement_pdf_end(pdf, bytes) && write_pdf(pdf_name, bytes))
-        printf("%d statements (%d pages) written to %s\n", statements, pages, pdf_name);
+void report_written(const char *pdf_name, int statements, int pages) {
+    printf("%d statements (%d pages) written to %s\n", statements, pages, pdf_name);
 }
 
 // The statements file holds the statements, each ended by a form feed,
 // then the period's totals and the account lists: the last two parts are
-// not statements. Read a part at a time, so a club's whole month is never
-// in memory as text.
+// not statements. Read a part at a time and streamed out a page at a time,
+// so a club's whole month is never in memory.
 bool statements_to_pdf(const char *source, const char *pdf_name) {
     FILE *in = fopen(source, "r");
     if (in == nullptr) {
         log_error("? Unable to open %s\n", source);
         return false;
     }
+    SafeFile sf;
+    StatementPdfFile *pdf = nullptr;
+    if (safe_open(sf, pdf_name) == nullptr || (pdf = statement_pdf_file_open(sf.fp)) == nullptr) {
+        safe_abort(sf);
+        fclose(in);
+        log_error("? Unable to open %s file \"%s\"\n", "output", pdf_name);
+        return true;
+    }
     char *heading = alloc_file(db.headfile, "heading", false);
     int heading_lines = heading_line_count(heading);
     errfree(heading);
-    StatementPdf *pdf = statement_pdf_new();
     std::string parts[3];
     int held = 0, statements = 0, pages = 0;
     char *buffer = nullptr;
     size_t capacity = 0;
     ssize_t got;
-    while (pdf != nullptr && (got = getdelim(&buffer, &capacity, '\f', in)) > 0) {
-        std::string part(buffer, static_cast<size_t>(got));
-        if (part.back() == '\f')
-            part.pop_back();
-        parts[held++] = std::move(part);
-        if (held < 3)
+    while ((got = getdelim(&buffer, &capacity, '\f', in)) > 0) {
+        parts[held].assign(buffer, static_cast<size_t>(got));
+        if (parts[held].back() == '\f')
+            parts[held].pop_back();
+        if (++held < 3)
             continue;
-        pages += statement_pdf_add(pdf, parts[0], statement_name(parts[0], heading_lines));
+        pages += statement_pdf_file_add(pdf, parts[0], statement_name(parts[0], heading_lines));
         statements++;
-        parts[0] = std::move(parts[1]);
-        parts[1] = std::move(parts[2]);
+        std::swap(parts[0], parts[1]);
+        std::swap(parts[1], parts[2]);
         held = 2;
     }
     free(buffer);
     bool read_ok = ferror(in) == 0;
     fclose(in);
-    if (pdf == nullptr)
-        return true;
-    if (statements > 0) {
-        finish(pdf, pdf_name, statements, pages);
-    } else {
-        std::string none;
-        statement_pdf_end(pdf, none);
+    bool written = statement_pdf_file_close(pdf);
+    if (statements == 0) {
+        safe_abort(sf);
         printf("? No statements in %s; nothing written to %s\n", source, pdf_name);
+    } else if (!written || !safe_commit(sf)) {
+        safe_abort(sf);
+        log_error("? Unable to close %s file \"%s\"\n", "output", pdf_name);
+    } else {
+        report_written(pdf_name, statements, pages);
     }
     return read_ok;
 }
@@ -110,5 +117,7 @@ void w_statement_pdf(const char *pdf_name) {
         return;
     // The single statement has an empty heading: one empty line.
     int pages = statement_pdf_add(pdf, statement, statement_name(statement, 1));
-    finish(pdf, pdf_name, 1, pages);
+    std::string bytes;
+    if (statement_pdf_end(pdf, bytes) && write_pdf(pdf_name, bytes))
+        report_written(pdf_name, 1, pages);
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Statements as PDF, read back with poppler's pdftotext:
-statements.py --program VARNOK --demo DEMO_DIR
+statements.py VARNOK DEMO_DIR
 
 On the demo club (and on the demo club with one member's month long enough
 for a second page): WRITE to a .pdf name with BILLS gives one page group
@@ -10,7 +10,6 @@ small page. EMAIL-BILLS and SEND-BY-EMAIL STATEMENT through aiosmtpd
 exactly one application/pdf part that reads as the same statement; with
 "$EMAIL_ATTACH_PDF NO" the same messages go out as text alone."""
 
-import argparse
 import datetime
 import os
 import re
@@ -219,14 +218,10 @@ def case_relay(program, demo, tmp):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--program", required=True)
-    parser.add_argument("--demo", required=True)
-    args = parser.parse_args()
-    program = os.path.abspath(args.program)
+    program, demo = (os.path.abspath(arg) for arg in sys.argv[1:3])
     with tempfile.TemporaryDirectory() as tmp:
         for case in (case_demo, case_long, case_relay):
-            case(program, os.path.abspath(args.demo), tmp)
+            case(program, demo, tmp)
     for failure in failures:
         print("FAILED:", failure)
     return 1 if failures else 0
