@@ -22,10 +22,11 @@ complete_club "$dir/club"
 printf 'BILLS\n\n\nEXIT\n' >"$dir/plain.in"
 printf 'BILLS\n\n\nWRITE bills.pdf\nBILLS\n\nEXIT\n' >"$dir/pdf.in"
 
-# Appends "wall_seconds peak_KiB" of one run on the input $1 to $dir/$1.
+# Appends "wall_seconds peak_KiB cpu_seconds" of one run on the input $1
+# to $dir/$1.
 sample() {
     start=$(date +%s.%N)
-    (cd "$dir/club" && /usr/bin/time -f '%M' -o "$dir/mem" "$build/varnok" <"$dir/$1.in" >"$dir/output")
+    (cd "$dir/club" && /usr/bin/time -f '%M %U %S' -o "$dir/mem" "$build/varnok" <"$dir/$1.in" >"$dir/output")
     end=$(date +%s.%N)
     check_quiet "$dir/output"
     grep -q 'statements printed' "$dir/output" || { echo "the bill run did not finish" >&2; exit 1; }
@@ -34,21 +35,23 @@ sample() {
         tail -3 "$dir/output" >&2
         exit 1
     fi
-    echo "$(echo "$end - $start" | bc) $(cat "$dir/mem")" >>"$dir/$1"
+    read -r kib user sys <"$dir/mem"
+    echo "$(echo "$end - $start" | bc) $kib $(echo "$user + $sys" | bc)" >>"$dir/$1"
 }
 
 for i in 1 2 3 4 5; do
     sample plain
     sample pdf
 done
-median() { sort -n "$dir/$1" | sed -n 3p | cut -d' ' -f1; }
+median() { cut -d' ' -f"${2:-1}" "$dir/$1" | sort -n | sed -n 3p; }
 peak() { sort -k2 -n "$dir/$1" | tail -1 | cut -d' ' -f2; }
 plain=$(median plain)
 pdf=$(median pdf)
 ratio=$(echo "$pdf / $plain" | bc -l)
 pages=$(grep -o '([0-9]* pages)' "$dir/output")
-printf 'C=%d F=%d: bill run %.2f s, with PDFs %.2f s %s, %.0f KiB of PDF\n' "$customers" \
-    "$flights" "$plain" "$pdf" "$pages" "$(($(wc -c <"$dir/club/BILLS.PDF") / 1024))"
+printf 'C=%d F=%d: bill run %.2f s (cpu %.2f s), with PDFs %.2f s (cpu %.2f s) %s, %d KiB of PDF\n' \
+    "$customers" "$flights" "$plain" "$(median plain 3)" "$pdf" "$(median pdf 3)" "$pages" \
+    "$(($(wc -c <"$dir/club/BILLS.PDF") / 1024))"
 printf 'medians of 5: ratio %.2f (goal at most 3), peak memory %d MiB plain, %d MiB with PDFs (goal under 1024)\n' \
     "$ratio" $(($(peak plain) / 1024)) $(($(peak pdf) / 1024))
 if [ "$(echo "$ratio > 3" | bc)" = 1 ] || [ "$(peak pdf)" -ge 1048576 ]; then

@@ -51,8 +51,12 @@ size_t utf8_length(std::string_view text, size_t at) {
 // characters blank, a UTF-8 letter of Latin 1 as itself and any other as
 // "?", trailing blanks dropped.
 std::string paper_line(std::string_view line) {
-    std::string out;
-    for (size_t i = 0; i < line.size(); i++) {
+    // Nearly every line is plain ASCII text: copied as it is.
+    size_t plain = 0;
+    while (plain < line.size() && line[plain] >= ' ' && line[plain] < 0x7F)
+        plain++;
+    std::string out(line.substr(0, plain));
+    for (size_t i = plain; i < line.size(); i++) {
         unsigned char c = static_cast<unsigned char>(line[i]);
         size_t length = c >= 0x80 ? utf8_length(line, i) : 0;
         if (c == '\t') {
@@ -195,9 +199,10 @@ bool statement_pdf(std::string_view text, std::string_view name, std::string &by
 }
 
 std::string statement_name(std::string_view text, int heading_lines) {
-    std::vector<std::string> lines = statement_paper_lines(text);
-    for (size_t i = static_cast<size_t>(std::max(9, heading_lines)); i < lines.size(); i++) {
-        const std::string &line = lines[i];
+    for (int i = 0; !text.empty(); i++) {
+        size_t end = text.find('\n');
+        std::string line = i >= std::max(9, heading_lines) ? paper_line(text.substr(0, end)) : "";
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
         size_t start = line.find_first_not_of(' ');
         if (start == std::string::npos)
             continue;

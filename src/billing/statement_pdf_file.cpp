@@ -52,11 +52,13 @@ void object(StatementPdfFile *pdf, int number, const std::string &body) {
 
 void show(std::string &content, const std::string &line) {
     content += '(';
-    for (char c : line) {
-        if (c == '(' || c == ')' || c == '\\')
-            content += '\\';
-        content += c;
+    size_t done = 0;
+    for (size_t at; (at = line.find_first_of("()\\", done)) != std::string::npos; done = at + 1) {
+        content.append(line, done, at - done);
+        content += '\\';
+        content += line[at];
     }
+    content.append(line, done, std::string::npos);
     content += ")'\n";
 }
 
