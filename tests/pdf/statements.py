@@ -108,8 +108,6 @@ def check_statements(pdf, statements, heading_lines, label):
     tops = [float(row.split("\t")[7]) for row in tsv.splitlines()[1:]
             if row.split("\t")[-1] == first]
     check(tops and 147 <= tops[0] <= 194, label + ": name line not in the envelope window")
-    fonts = subprocess.run(["pdffonts", pdf], capture_output=True, text=True).stdout
-    check("Courier-Bold" in fonts, label + ": the new balance is not emphasised")
     return wanted
 
 
@@ -140,6 +138,9 @@ def case_demo(program, demo, tmp):
     one = os.path.join(club, "ONE.PDF")
     text = open(os.path.join(club, "ONE.TXT"), encoding="latin-1").read()
     check(os.path.getsize(one) < 20000, "a one-page statement's PDF is not under 20 KB")
+    # libharu lists a font on a page only once the page uses it.
+    fonts = subprocess.run(["pdffonts", one], capture_output=True, text=True).stdout
+    check("Courier-Bold" in fonts, "the new balance is not emphasised")
     check(pdf_pages(one) == expected_pages(text, "KAREN ANDERSON"),
           "the STATEMENT PDF does not read as the STATEMENT text")
 
