@@ -79,8 +79,7 @@ std::string paper_line(std::string_view line) {
     return out;
 }
 
-} // namespace
-
+// A statement's lines as they stand on paper; trailing blank lines dropped.
 std::vector<std::string> statement_paper_lines(std::string_view text) {
     std::vector<std::string> lines;
     while (!text.empty()) {
@@ -93,19 +92,19 @@ std::vector<std::string> statement_paper_lines(std::string_view text) {
     return lines;
 }
 
-std::vector<StatementPage> statement_pages(size_t line_count) {
-    std::vector<StatementPage> pages;
-    size_t first = std::min(line_count, static_cast<size_t>(kPdfLinesPerPage));
-    pages.push_back({0, first});
-    // A continuation page gives two lines to its header and the gap below.
-    for (size_t at = first; at < line_count; at += kPdfLinesPerPage - 2)
-        pages.push_back({at, std::min(line_count, at + kPdfLinesPerPage - 2)});
-    return pages;
-}
+} // namespace
 
-std::string continued_header(std::string_view name) {
+int lay_out_statement(std::string_view text, std::string_view name, const PutStatementPage &put) {
+    std::vector<std::string> lines = statement_paper_lines(text);
+    size_t first = std::min(lines.size(), static_cast<size_t>(kPdfLinesPerPage));
+    put(lines, 0, first, nullptr);
     std::string header = paper_line(name);
-    return header + (header.empty() ? "continued" : " continued");
+    header += header.empty() ? "continued" : " continued";
+    // A continuation page gives two lines to its header and the gap below.
+    int pages = 1;
+    for (size_t at = first; at < lines.size(); at += kPdfLinesPerPage - 2, pages++)
+        put(lines, at, std::min(lines.size(), at + kPdfLinesPerPage - 2), &header);
+    return pages;
 }
 
 bool statement_line_emphasised(const std::string &line) {
@@ -165,12 +164,10 @@ StatementPdf *statement_pdf_new() {
 }
 
 int statement_pdf_add(StatementPdf *pdf, std::string_view text, std::string_view name) {
-    std::vector<std::string> lines = statement_paper_lines(text);
-    std::vector<StatementPage> pages = statement_pages(lines.size());
-    std::string header = continued_header(name);
-    for (size_t i = 0; i < pages.size(); i++)
-        put_page(pdf, lines, pages[i].from, pages[i].to, i > 0 ? &header : nullptr);
-    return static_cast<int>(pages.size());
+    return lay_out_statement(
+        text, name, [pdf](const auto &lines, size_t from, size_t to, const std::string *header) {
+            put_page(pdf, lines, from, to, header);
+        });
 }
 
 bool statement_pdf_end(StatementPdf *pdf, std::string &bytes) {

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,16 +51,14 @@ constexpr double kPdfFirstBaseline = 792 - (154 - 9 * kPdfLeading);
 
 // ---- The layout both writers share -------------------------------------------
 
-// A statement's lines as they stand on paper, one byte a column in the
-// fonts' Windows Latin 1 encoding; trailing blank lines dropped.
-std::vector<std::string> statement_paper_lines(std::string_view text);
-// Its pages: which lines each holds; all but the first are continuations,
-// headed by `continued_header` and an empty line.
-struct StatementPage {
-    size_t from, to;
-};
-std::vector<StatementPage> statement_pages(size_t line_count);
-std::string continued_header(std::string_view name);
+// Lays a statement out: its lines as they stand on paper (one byte a column
+// in the fonts' Windows Latin 1 encoding), cut into pages. `put_page` gets
+// each page's lines, and for every page after the first the header
+// ("<name> continued") to set above them after an empty line. Returns the
+// number of pages.
+using PutStatementPage = std::function<void(const std::vector<std::string> &lines, size_t from,
+                                            size_t to, const std::string *header)>;
+int lay_out_statement(std::string_view text, std::string_view name, const PutStatementPage &put);
 // The line set in bold.
 bool statement_line_emphasised(const std::string &line);
 

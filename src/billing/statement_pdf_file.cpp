@@ -62,7 +62,7 @@ void show(std::string &content, const std::string &line) {
     content += ")'\n";
 }
 
-void put_page(StatementPdfFile *pdf, const std::vector<std::string> &lines, StatementPage page,
+void put_page(StatementPdfFile *pdf, const std::vector<std::string> &lines, size_t from, size_t to,
               const std::string *header) {
     char start[128];
     snprintf(start, sizeof start, "BT\n/F1 %g Tf\n%g TL\n%g %g Td\n", kPdfFontSize, kPdfLeading,
@@ -74,7 +74,7 @@ void put_page(StatementPdfFile *pdf, const std::vector<std::string> &lines, Stat
         content += "T*\n";
     }
     bool bold = false;
-    for (size_t i = page.from; i < page.to; i++) {
+    for (size_t i = from; i < to; i++) {
         const std::string &line = lines[i];
         if (statement_line_emphasised(line) != bold) {
             bold = !bold;
@@ -133,12 +133,10 @@ StatementPdfFile *statement_pdf_file_open(FILE *out) {
 }
 
 int statement_pdf_file_add(StatementPdfFile *pdf, std::string_view text, std::string_view name) {
-    std::vector<std::string> lines = statement_paper_lines(text);
-    std::vector<StatementPage> pages = statement_pages(lines.size());
-    std::string header = continued_header(name);
-    for (size_t i = 0; i < pages.size(); i++)
-        put_page(pdf, lines, pages[i], i > 0 ? &header : nullptr);
-    return static_cast<int>(pages.size());
+    return lay_out_statement(
+        text, name, [pdf](const auto &lines, size_t from, size_t to, const std::string *header) {
+            put_page(pdf, lines, from, to, header);
+        });
 }
 
 bool statement_pdf_file_close(StatementPdfFile *pdf) {
