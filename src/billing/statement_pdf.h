@@ -2,9 +2,9 @@
 // at home: the statement's own text lines set in Courier, so every column
 // lines up as in the statements file. Pages are US Letter, placed so that
 // the name line, which the statement puts on line 10, shows in the window
-// of a #10 envelope. A statement longer
-// than a page goes on over further pages, each headed by the customer's
-// name and "continued"; the "New balance:" line is set in bold.
+// of a #10 envelope. A statement longer than a page goes on over further
+// pages, each headed by the customer's name and "continued"; the
+// "New balance:" line is set in bold.
 #pragma once
 
 #include <cstdio>
