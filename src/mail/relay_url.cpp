@@ -220,6 +220,8 @@ bool deliver(const RelayUrl &relay, const char *toEmail, const std::vector<std::
         text = crlf_lines(body);
         for (const std::string &line : header)
             header_list = curl_slist_append(header_list, line.c_str());
+        // Written as in a plain message; libcurl then adds none of its own.
+        header_list = curl_slist_append(header_list, "MIME-Version: 1.0");
         mime = mime_message(curl, text, *attachment);
     }
     Upload upload{&message, 0};
