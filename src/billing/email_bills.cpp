@@ -5,6 +5,7 @@
 #include <strings.h>
 
 #include "billing/billing.h"
+#include "billing/statement_pdf.h"
 #include "conio/iosubs.h"
 #include "mail/email_capture.h"
 
@@ -39,6 +40,7 @@ bool email_bill_start(const customer *c) {
     if (!o_emailOpen(db.emailTempFile, subject, "", db.emailSender, db.emailServer))
         return false;
     o_emailStart(c->eMail);
+    attach_statement_pdf(c, billing.bills_ended);
     return true;
 }
 

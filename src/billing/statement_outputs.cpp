@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "billing/billing.h"
+#include "billing/statement_pdf.h"
 #include "conio/iosubs.h"
 #include "mail/email_capture.h"
 
@@ -59,6 +60,7 @@ void w_stmnt() {
         end = get_date("Charges before and including (mm-dd-yy)", start);
     }
     o_emailStart(c->eMail);
+    attach_statement_pdf(c, end);
     charges scratch{};
     charge_account(c, &scratch, start, end, "", "", false, true, false);
     free_misc_breakdown(scratch.misc_breakdown);

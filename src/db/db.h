@@ -213,6 +213,9 @@ struct DbState {
     namelist *gas_grades = nullptr;
     const char *always_bill_flag = nullptr;
     char print_cash_bills = 1;
+    // Statements mailed through a relay named by a URL carry a PDF copy
+    // unless the prices file says "$EMAIL_ATTACH_PDF NO".
+    char email_attach_pdf = 1;
     towplane tugList[TUG_TABLE_SIZE] = {};
     char flights_read = 0;
     char gas_read = 0;

@@ -129,6 +129,7 @@ void db_init() {
     db.emailServer = (char *)errfree(db.emailServer);
     db.emailSubject = (char *)errfree(db.emailSubject);
     db.print_cash_bills = 1;
+    db.email_attach_pdf = 1;
     db.flights_quicken = 0;
     db.gas_quicken = 0;
     db.payments_quicken = 0;

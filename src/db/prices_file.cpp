@@ -131,6 +131,15 @@ void read_cash_bills(const char *word, const char *line, int line_number) {
     }
 }
 
+void read_attach_pdf(const char *word, const char *line, int line_number) {
+    if (strcmp(word, "YES") == 0 || strcmp(word, "NO") == 0) {
+        db.email_attach_pdf = word[0] == 'Y';
+    } else {
+        printf("? $EMAIL_ATTACH_PDF must have a value of YES or NO.\n");
+        printf("    %s found on line: %d\n    %s\n", word, line_number, line);
+    }
+}
+
 // " $PRICE %s %d" with both values; a fast key too large for its field
 // makes the line no $PRICE line, so that it is reported, not wrapped.
 bool price_line(const char *line, char *word, int &number) {
@@ -183,6 +192,8 @@ void read_price_line(const char *raw, const char *line, int line_number, price *
         read_always_bill_flag(word, line, line_number);
     } else if (sscanf(line, " $PRINT_BILLS_FOR_CASH_CUSTOMERS %201s ", word) == 1) {
         read_cash_bills(word, line, line_number);
+    } else if (sscanf(line, " $EMAIL_ATTACH_PDF %201s ", word) == 1) {
+        read_attach_pdf(word, line, line_number);
     } else if (sscanf(line, " $TUG %201s ", word) == 1) {
         fc_tug(word, true);
     } else if (price_line(line, word, number)) {
@@ -287,6 +298,9 @@ bool do_w_prices() {
     if (db.always_bill_flag != nullptr)
         fprintf(out, "$ALWAYS_BILL_FLAG\t%s\n", db.always_bill_flag);
     fprintf(out, "$PRINT_BILLS_FOR_CASH_CUSTOMERS\t%s\n", db.print_cash_bills ? "YES" : "NO");
+    // Written only when off, so a club that never used it keeps its file.
+    if (!db.email_attach_pdf)
+        fprintf(out, "$EMAIL_ATTACH_PDF\tNO\n");
     fprintf(out, "$FLAG1\t%s\n", db.sharetext);
     fprintf(out, "$FLAG2\t%s\n", db.boardtext);
     for (const towplane &row : db.tugList)

@@ -5,9 +5,11 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include "conio/iosubs.h"
 #include "mail/smtp.h"
+#include "mail/smtp_internal.h"
 
 namespace {
 
@@ -27,6 +29,7 @@ struct CaptureState {
     // Set when the relay refused the log-in or its TLS failed: every later
     // message would fail the same way (each after a wait), so none is tried.
     bool halted = false;
+    std::function<bool(const char *, MailAttachment &)> attach; // for this recipient
 };
 
 CaptureState capture;
@@ -87,8 +90,12 @@ bool send_content(bool closed) {
     if (capture.halted)
         return false;
     const char *sender = capture.cur_emailSender != nullptr ? capture.cur_emailSender : "";
+    MailAttachment file;
+    bool attached = capture.attach && smtp_is_relay_url(server) &&
+                    capture.attach(capture.cur_emailContent, file);
     if (sendmail(capture.cur_emailUser, capture.cur_emailUser, capture.cur_emailSubject,
-                 capture.cur_emailContent, program_name, sender, sender, server))
+                 capture.cur_emailContent, program_name, sender, sender, server,
+                 attached ? &file : nullptr))
         return true;
     log_error("? Unable to send email to %s via server %s\n", capture.cur_emailUser, server);
     if (const char *why = sendmail_stop_reason()) {
@@ -101,6 +108,7 @@ bool send_content(bool closed) {
 void end_capture_state() {
     stop_recording();
     capture.written.clear();
+    capture.attach = nullptr;
     capture.cur_emailContent = (char *)errfree(capture.cur_emailContent);
     capture.cur_emailSubject = (char *)errfree(capture.cur_emailSubject);
     capture.cur_emailText = (char *)errfree(capture.cur_emailText);
@@ -129,6 +137,7 @@ void o_emailStart(const char *user) {
         return;
     set_text(&capture.cur_emailUser, user);
     stop_recording();
+    capture.attach = nullptr;
     close_capture_file();
     reopen_capture_file();
     capture.written.clear();
@@ -147,10 +156,16 @@ bool o_emailEnd() {
     bool result = true;
     if (capture.cur_emailUser != nullptr && !is_blank(capture.cur_emailUser))
         result = send_content(closed);
+    capture.attach = nullptr;
     // Whatever the writer prints after this still goes into the (emptied)
     // capture file, never to the screen.
     reopen_capture_file();
     return result;
+}
+
+void o_emailAttach(std::function<bool(const char *text, MailAttachment &file)> make) {
+    if (capture.cur_emailSubject != nullptr)
+        capture.attach = std::move(make);
 }
 
 const char *o_emailGetLastContent() {

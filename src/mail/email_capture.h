@@ -3,6 +3,10 @@
 // read back and mailed to that recipient when the recipient's part ends.
 #pragma once
 
+#include <functional>
+
+struct MailAttachment;
+
 // Calling order: o_emailOpen once; per recipient o_emailStart(address), the
 // writer's output, o_emailEnd(); then o_emailClose once. With no capture
 // active, o_emailStart and o_emailEnd do nothing (o_emailEnd is false).
@@ -14,6 +18,12 @@ void o_emailStart(const char *user);
 // for this recipient; otherwise o_emailGetLastContent still gives that text.
 bool o_emailEnd();
 const char *o_emailGetLastContent();
+// Asks that the current recipient's message carry a file made from the
+// captured text (`make` fills the attachment; false sends the text alone).
+// Only a relay named by a URL carries it: the plain client sends text
+// only, and `make` is then never called. Call after o_emailStart; the
+// request ends with the recipient's message.
+void o_emailAttach(std::function<bool(const char *text, MailAttachment &file)> make);
 void o_emailClose();
 bool o_emailActive();
 // After the relay refused the log-in or TLS failed (said once), no message

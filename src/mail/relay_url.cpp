@@ -14,6 +14,7 @@
 #include <string>
 #include <strings.h>
 #include <unistd.h>
+#include <vector>
 
 #include <curl/curl.h>
 
@@ -110,8 +111,10 @@ std::string domain_of(const char *mailbox) {
     return at != nullptr && at[1] != '\0' ? std::string(at + 1) : std::string("varnok.invalid");
 }
 
-std::string message_text(const char *toEmail, const char *subject, const char *body,
-                         const char *senderName, const char *senderEmail, const char *replyTo) {
+// The header lines every message carries, without their line ends.
+std::vector<std::string> header_lines(const char *toEmail, const char *subject,
+                                      const char *senderName, const char *senderEmail,
+                                      const char *replyTo) {
     static unsigned serial = 0;
     time_t now = time(nullptr);
     struct tm utc;
@@ -120,27 +123,38 @@ std::string message_text(const char *toEmail, const char *subject, const char *b
     static const char *const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     char line[1200];
-    std::string header;
-    snprintf(line, sizeof line, "Date: %s, %02d %s %04d %02d:%02d:%02d +0000\r\n",
-             days[utc.tm_wday], utc.tm_mday, months[utc.tm_mon], utc.tm_year + 1900, utc.tm_hour,
-             utc.tm_min, utc.tm_sec);
-    header += line;
-    snprintf(line, sizeof line, "From: \"%s\" <%s>\r\n", senderName, senderEmail);
-    header += line;
-    snprintf(line, sizeof line, "To: <%s>\r\n", toEmail);
-    header += line;
-    snprintf(line, sizeof line, "Reply-To: <%s>\r\n", replyTo);
-    header += line;
-    snprintf(line, sizeof line, "Subject: %s\r\n", subject);
-    header += line;
-    snprintf(line, sizeof line, "Message-ID: <%ld.%ld.%u.varnok@%s>\r\n", static_cast<long>(now),
+    std::vector<std::string> header;
+    snprintf(line, sizeof line, "Date: %s, %02d %s %04d %02d:%02d:%02d +0000", days[utc.tm_wday],
+             utc.tm_mday, months[utc.tm_mon], utc.tm_year + 1900, utc.tm_hour, utc.tm_min,
+             utc.tm_sec);
+    header.push_back(line);
+    snprintf(line, sizeof line, "From: \"%s\" <%s>", senderName, senderEmail);
+    header.push_back(line);
+    snprintf(line, sizeof line, "To: <%s>", toEmail);
+    header.push_back(line);
+    snprintf(line, sizeof line, "Reply-To: <%s>", replyTo);
+    header.push_back(line);
+    snprintf(line, sizeof line, "Subject: %s", subject);
+    header.push_back(line);
+    snprintf(line, sizeof line, "Message-ID: <%ld.%ld.%u.varnok@%s>", static_cast<long>(now),
              static_cast<long>(getpid()), ++serial, domain_of(senderEmail).c_str());
-    header += line;
-    header += "MIME-Version: 1.0\r\n"
-              "Content-Type: text/plain; charset=UTF-8\r\n"
-              "Content-Transfer-Encoding: 8bit\r\n"
-              "\r\n";
-    return header + crlf_lines(body);
+    header.push_back(line);
+    return header;
+}
+
+const char *const kTextType = "text/plain; charset=UTF-8";
+
+std::string plain_message(const std::vector<std::string> &header, const char *body) {
+    std::string text;
+    for (const std::string &line : header)
+        text += line + "\r\n";
+    text += std::string("MIME-Version: 1.0\r\n"
+                        "Content-Type: ") +
+            kTextType +
+            "\r\n"
+            "Content-Transfer-Encoding: 8bit\r\n"
+            "\r\n";
+    return text + crlf_lines(body);
 }
 
 struct Upload {
@@ -186,8 +200,24 @@ const char *environment(const char *name) {
     return value != nullptr && *value != '\0' ? value : nullptr;
 }
 
-bool deliver(const RelayUrl &relay, const char *toEmail, const std::string &message,
-             const char *senderEmail) {
+// A MIME message: the text as its first part, unchanged, and the file
+// beside it in base64. libcurl writes the MIME version and boundaries.
+curl_mime *mime_message(CURL *curl, const std::string &text, const MailAttachment &attachment) {
+    curl_mime *mime = curl_mime_init(curl);
+    curl_mimepart *part = curl_mime_addpart(mime);
+    curl_mime_data(part, text.data(), text.size());
+    curl_mime_type(part, kTextType);
+    curl_mime_encoder(part, "8bit");
+    part = curl_mime_addpart(mime);
+    curl_mime_data(part, attachment.data.data(), attachment.data.size());
+    curl_mime_type(part, attachment.content_type.c_str());
+    curl_mime_filename(part, attachment.file_name.c_str());
+    curl_mime_encoder(part, "base64");
+    return mime;
+}
+
+bool deliver(const RelayUrl &relay, const char *toEmail, const std::vector<std::string> &header,
+             const char *body, const MailAttachment *attachment, const char *senderEmail) {
     global_init_once();
     CURL *curl = curl_easy_init();
     if (curl == nullptr) {
@@ -198,6 +228,20 @@ bool deliver(const RelayUrl &relay, const char *toEmail, const std::string &mess
     std::string from = std::string("<") + senderEmail + ">";
     std::string to = std::string("<") + toEmail + ">";
     curl_slist *recipients = curl_slist_append(nullptr, to.c_str());
+    std::string message;
+    std::string text;
+    curl_slist *header_list = nullptr;
+    curl_mime *mime = nullptr;
+    if (attachment == nullptr) {
+        message = plain_message(header, body);
+    } else {
+        text = crlf_lines(body);
+        for (const std::string &line : header)
+            header_list = curl_slist_append(header_list, line.c_str());
+        // Written as in a plain message; libcurl then adds none of its own.
+        header_list = curl_slist_append(header_list, "MIME-Version: 1.0");
+        mime = mime_message(curl, text, *attachment);
+    }
     Upload upload{&message, 0};
     std::string last_reply;
     char error[CURL_ERROR_SIZE] = "";
@@ -216,10 +260,15 @@ bool deliver(const RelayUrl &relay, const char *toEmail, const std::string &mess
     }
     curl_easy_setopt(curl, CURLOPT_MAIL_FROM, from.c_str());
     curl_easy_setopt(curl, CURLOPT_MAIL_RCPT, recipients);
-    curl_easy_setopt(curl, CURLOPT_UPLOAD, 1L);
-    curl_easy_setopt(curl, CURLOPT_READFUNCTION, read_upload);
-    curl_easy_setopt(curl, CURLOPT_READDATA, &upload);
-    curl_easy_setopt(curl, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(message.size()));
+    if (mime != nullptr) {
+        curl_easy_setopt(curl, CURLOPT_HTTPHEADER, header_list);
+        curl_easy_setopt(curl, CURLOPT_MIMEPOST, mime);
+    } else {
+        curl_easy_setopt(curl, CURLOPT_UPLOAD, 1L);
+        curl_easy_setopt(curl, CURLOPT_READFUNCTION, read_upload);
+        curl_easy_setopt(curl, CURLOPT_READDATA, &upload);
+        curl_easy_setopt(curl, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(message.size()));
+    }
     // A dead relay must never hang a bill run: connecting (TLS included),
     // each reply, and any stall while sending are bounded.
     curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, time_limit_seconds);
@@ -234,6 +283,8 @@ bool deliver(const RelayUrl &relay, const char *toEmail, const std::string &mess
     CURLcode code = curl_easy_perform(curl);
     curl_slist_free_all(recipients);
     curl_easy_cleanup(curl);
+    curl_mime_free(mime);
+    curl_slist_free_all(header_list);
     if (code == CURLE_OK)
         return true;
     stop_reason = reason_to_stop(code);
@@ -273,12 +324,13 @@ long smtp_time_limit() {
 
 bool sendmail_relay(const char *toEmail, const char *subject, const char *body,
                     const char *senderName, const char *senderEmail, const char *replyTo,
-                    const char *server) {
+                    const char *server, const MailAttachment *attachment) {
     RelayUrl relay;
     if (!parse_relay_url(server, relay)) {
         printf("? Mail server \"%s\" is not smtp://host[:port] or smtps://host[:port]\n", server);
         return false;
     }
-    std::string message = message_text(toEmail, subject, body, senderName, senderEmail, replyTo);
-    return deliver(relay, toEmail, message, senderEmail);
+    std::vector<std::string> header =
+        header_lines(toEmail, subject, senderName, senderEmail, replyTo);
+    return deliver(relay, toEmail, header, body, attachment, senderEmail);
 }

@@ -5,11 +5,13 @@
 
 bool sendmail(const char *toEmail, const char *toName, const char *subject, const char *body,
               const char *senderName, const char *senderEmail, const char *replyTo,
-              const char *server) {
+              const char *server, const MailAttachment *attachment) {
     smtp_clear_stop_reason();
-    // A URL names a present-day relay; a bare host keeps the old client.
+    // A URL names a present-day relay; a bare host keeps the old client,
+    // whose message is the text alone.
     if (smtp_is_relay_url(server))
-        return sendmail_relay(toEmail, subject, body, senderName, senderEmail, replyTo, server);
+        return sendmail_relay(toEmail, subject, body, senderName, senderEmail, replyTo, server,
+                              attachment);
     Smtp mail;
     mail.AddRecipient(toEmail, toName);
     mail.SetMessageBody(body);

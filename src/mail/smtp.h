@@ -12,14 +12,23 @@
 #include <string>
 #include <vector>
 
+// A file sent beside a message's text, such as a statement as PDF.
+struct MailAttachment {
+    std::string file_name;
+    std::string content_type;
+    std::string data;
+};
+
 // Sends one message over its own SMTP connection. `server` is a host name or
 // address, optionally followed by ":port" (a relay's submission port, a test
 // server); without a port the "mail" service's port is used (25 when the
 // system does not know it). True only when the message was accepted and the
-// connection was closed cleanly.
+// connection was closed cleanly. An `attachment` goes only through a relay
+// named by a URL (a MIME message of the text and the file); the plain
+// client always sends the text alone.
 bool sendmail(const char *toEmail, const char *toName, const char *subject, const char *body,
               const char *senderName, const char *senderEmail, const char *replyTo,
-              const char *server);
+              const char *server, const MailAttachment *attachment = nullptr);
 
 // After a failed sendmail: why no later message through the same relay can
 // succeed (it refused the log-in, TLS failed), or null when only this

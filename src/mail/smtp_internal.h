@@ -5,6 +5,8 @@
 #include <ctime>
 #include <string>
 
+struct MailAttachment;
+
 // The mail's date line texts for `when` in UTC, rendered as an English
 // default locale renders "ddd',' dd MMM yyyy" and, forced to 24 hours,
 // "HH':'mm':'ss tt" (the AM/PM marker stays).
@@ -22,10 +24,11 @@ unsigned short smtp_service_port();
 bool smtp_is_relay_url(const char *server);
 // Sends one message through a relay named by such a URL with libcurl:
 // TLS, authentication from the environment or ~/.netrc, a standard header.
-// On failure prints one "? ..." line with the relay's reply.
+// On failure prints one "? ..." line with the relay's reply. With an
+// attachment the message is MIME: the text part, then the file.
 bool sendmail_relay(const char *toEmail, const char *subject, const char *body,
                     const char *senderName, const char *senderEmail, const char *replyTo,
-                    const char *server);
+                    const char *server, const MailAttachment *attachment = nullptr);
 // Forgets the last failure's reason to stop (see sendmail_stop_reason).
 void smtp_clear_stop_reason();
 // The limit on connecting and on each reply, in seconds (30 by default),

@@ -117,8 +117,28 @@ void w_file(const char *defaultName) {
     }
 }
 
+namespace {
+
+int choose_output() {
+    return get_list("Choose what to output", "ABBREVIATIONS", outputs, true);
+}
+
+} // namespace
+
+void w_choose_pdf(const char *pdf_name) {
+    int choice = choose_output();
+    if (choice == BILLS) {
+        if (bills_guard())
+            w_bills_pdf(pdf_name);
+    } else if (choice == STATEMENT) {
+        w_statement_pdf(pdf_name);
+    } else if (choice >= 0) {
+        printf("? %s has no PDF form; nothing written to %s\n", outputs[choice], pdf_name);
+    }
+}
+
 void w_choose() {
-    int choice = get_list("Choose what to output", "ABBREVIATIONS", outputs, true);
+    int choice = choose_output();
     switch (choice) {
     case ABBREVIATIONS:
         w_abbrevs();

@@ -9,6 +9,11 @@
 #include "db/db.h"
 
 void w_choose();
+// WRITE to a file named *.pdf: the same menu; BILLS and STATEMENT are
+// written as PDF, any other output says it has no PDF form.
+void w_choose_pdf(const char *pdf_name);
+void w_bills_pdf(const char *pdf_name);
+void w_statement_pdf(const char *pdf_name);
 
 // SEND-BY-EMAIL and its writers.
 void do_email();

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <strings.h>
 
 #include "billing/billing.h"
 #include "conio/completion.h"
@@ -156,9 +157,17 @@ void do_type() {
     w_choose();
 }
 
+// A name ending in ".pdf" (any case) asks for the PDF form of the output.
+static bool names_pdf(const char *name) {
+    size_t length = strlen(name);
+    return length > 4 && strcasecmp(name + length - 4, ".pdf") == 0;
+}
+
 void do_write() {
     char *name = get_filename("Output file", "");
-    if (name[0] != '\0') {
+    if (names_pdf(name)) {
+        w_choose_pdf(name);
+    } else if (name[0] != '\0') {
         FILE *file = open_o_file(name, "output");
         if (file != nullptr) {
             w_choose();

@@ -9,12 +9,15 @@ the only one offered, and succeeds only for USER with PASSWORD. Prints
 connections until SECONDS have passed or DIR/stop exists. Message N (from 1)
 is recorded as DIR/N.envelope (sender, then each recipient, one a line) and
 DIR/N.content (the data as received, dot-stuffing undone) and DIR/N.body
-(its body, line ends made LF); every refused
-login adds a line to DIR/refused. With "stall", once a login was refused
-the relay answers nothing more, on any connection, as a provider that
-holds off a client guessing passwords."""
+(its body, line ends made LF; of a MIME message, its text part). A MIME
+message also gives DIR/N.parts (each part's type and file name, one a line)
+and DIR/N.pdf (the decoded application/pdf part). Every refused login adds
+a line to DIR/refused. With "stall", once a login was refused the relay
+answers nothing more, on any connection, as a provider that holds off a
+client guessing passwords."""
 
 import asyncio
+import email
 import logging
 import os
 import socket
@@ -62,6 +65,17 @@ class Recorder:
         self.write("%d.content" % self.count, envelope.original_content)
         # The body alone, with LF line ends, to compare with a file.
         body = envelope.original_content.split(b"\r\n\r\n", 1)[-1]
+        message = email.message_from_bytes(envelope.original_content)
+        if message.is_multipart():
+            body = b""
+            for part in message.get_payload():
+                kind = part.get_content_type()
+                self.write("%d.parts" % self.count,
+                           ("%s %s\n" % (kind, part.get_filename() or "")).encode())
+                if kind == "text/plain" and not body:
+                    body = part.get_payload(decode=True)
+                elif kind == "application/pdf":
+                    self.write("%d.pdf" % self.count, part.get_payload(decode=True))
         self.write("%d.body" % self.count, body.replace(b"\r\n", b"\n"))
         return "250 Message accepted for delivery"
 

@@ -96,6 +96,30 @@ TEST_F(Relay, DeliversIntactWithStarttlsOrTlsAndEitherLogin) {
     }
 }
 
+// The text part is the plain message's body, dots and line ends as they
+// were; the file arrives byte for byte, NUL and high bytes included, with
+// the same header fields as a plain message.
+TEST_F(Relay, AnAttachmentGoesAsOneFileBesideTheUnchangedText) {
+    unsigned port = start("starttls", "LOGIN");
+    MailAttachment file{"statement-ABLE-5-31-2005.pdf", "application/pdf",
+                        std::string("%PDF-1.4\n\0\xff\r\n.\r\nend", 19)};
+    bool sent = false;
+    std::string server = "smtp://127.0.0.1:" + std::to_string(port);
+    std::string out = output_of([&] {
+        sent =
+            sendmail(TO, TO, "Your statement", BODY, "VARNOK", FROM, FROM, server.c_str(), &file);
+    });
+    stop();
+    EXPECT_TRUE(sent) << out;
+    EXPECT_EQ(read_file("1.parts"), "text/plain \napplication/pdf statement-ABLE-5-31-2005.pdf\n");
+    EXPECT_EQ(read_file("1.pdf"), file.data);
+    EXPECT_EQ(read_file("1.body"), "Dear member,\n.\n..two dots\nlast line\n");
+    std::string message = "\r\n" + read_file("1.content");
+    EXPECT_EQ(header_field(message, "Subject"), "Your statement");
+    EXPECT_EQ(header_field(message, "Reply-To"), "<club@example.org>");
+    EXPECT_EQ(header_field(message, "MIME-Version"), "1.0");
+}
+
 TEST_F(Relay, CredentialsComeFromNetrcWhenTheEnvironmentHasNone) {
     unsigned port = start("starttls", "PLAIN");
     unsetenv("VARNOK_SMTP_USER");
