@@ -106,6 +106,14 @@ TEST_F(ChargesTest, TowHalfCentsRoundUpAndTimeUnderTheMinimumIsRaised) {
     EXPECT_EQ(ch->rental, 2033); // 484 thousandths at $42.000, not 483
 }
 
+TEST_F(ChargesTest, ATowWithoutAPricePerThousandFeetIsReported) {
+    price("HOOKUP", 10000);
+    price("TOW-SALESTAX", 0);
+    fly("DISCUS", 0, 20, 30);
+    EXPECT_EQ(bill()->tow, 1000);
+    EXPECT_EQ(warnings, "? No price for item \"THOUSAND\"\n");
+}
+
 TEST_F(ChargesTest, InstructionRentalAndTheirTaxes) {
     price("ASK21", 42000);
     price("INSTRUCTION", 30000);
