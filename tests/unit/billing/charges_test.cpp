@@ -114,6 +114,18 @@ TEST_F(ChargesTest, ATowWithoutAPricePerThousandFeetIsReported) {
     EXPECT_EQ(warnings, "? No price for item \"THOUSAND\"\n");
 }
 
+TEST_F(ChargesTest, ADateRangeKeepsItsFirstAndLastDay) {
+    price("HOOKUP", 10000);
+    price("THOUSAND", 0);
+    price("TOW-SALESTAX", 0);
+    for (const char *day : {"4-30-2005", "5-1-2005", "5-31-2005", "6-1-2005"})
+        fly("DISCUS", 0, 1, 10)->date = static_cast<int32_t>(i_convertDateToTime(day));
+    start_capture();
+    charge_account(pilot, nullptr, "5-1-2005", "5-31-2005", nullptr, nullptr, true, false, false);
+    end_capture();
+    EXPECT_EQ(pilot->charges->tow, 2000);
+}
+
 TEST_F(ChargesTest, InstructionRentalAndTheirTaxes) {
     price("ASK21", 42000);
     price("INSTRUCTION", 30000);
