@@ -63,6 +63,8 @@ TEST_F(ChargesTest, TaxAndRateRoundingTruncateTowardZero) {
     EXPECT_EQ(tax_on(50, 999), 50);
     EXPECT_EQ(tax_on(50, -999), -49);
     EXPECT_EQ(tax_on(50, 9), 0);
+    EXPECT_EQ(tax_on(1, 1499), 1); // 1.499 cents
+    EXPECT_EQ(tax_on(1, 1500), 2); // half a cent rounds up
     EXPECT_EQ(rate_to_cents(42004), 4200);
     EXPECT_EQ(rate_to_cents(42005), 4201);
     EXPECT_EQ(rate_to_cents(-42006), -4200);
@@ -89,6 +91,39 @@ TEST_F(ChargesTest, TowDividesTheHeightProductAloneAndFillsTheTowPlane) {
     charges *total = fc_charge("DISCUS", true);
     EXPECT_EQ(total->tow, 3150);
     EXPECT_EQ(total->tow_height, 23);
+}
+
+TEST_F(ChargesTest, TowHalfCentsRoundUpAndTimeUnderTheMinimumIsRaised) {
+    price("HOOKUP", 10001);
+    price("THOUSAND", 5044);
+    price("TOW-SALESTAX", 0);
+    price("ASK21", 42000);
+    price("MINIMUM-TIME", 484);
+    fly("ASK21", 0, 3, 29); // 11514 mills: $11.51; 29 minutes are 483 thousandths
+    fly("KA6", 0, 1, 30);   // 10505 mills: $10.51
+    charges *ch = bill();
+    EXPECT_EQ(ch->tow, 1151 + 1051);
+    EXPECT_EQ(ch->rental, 2033); // 484 thousandths at $42.000, not 483
+}
+
+TEST_F(ChargesTest, ATowWithoutAPricePerThousandFeetIsReported) {
+    price("HOOKUP", 10000);
+    price("TOW-SALESTAX", 0);
+    fly("DISCUS", 0, 20, 30);
+    EXPECT_EQ(bill()->tow, 1000);
+    EXPECT_EQ(warnings, "? No price for item \"THOUSAND\"\n");
+}
+
+TEST_F(ChargesTest, ADateRangeKeepsItsFirstAndLastDay) {
+    price("HOOKUP", 10000);
+    price("THOUSAND", 0);
+    price("TOW-SALESTAX", 0);
+    for (const char *day : {"4-30-2005", "5-1-2005", "5-31-2005", "6-1-2005"})
+        fly("DISCUS", 0, 1, 10)->date = static_cast<int32_t>(i_convertDateToTime(day));
+    start_capture();
+    charge_account(pilot, nullptr, "5-1-2005", "5-31-2005", nullptr, nullptr, true, false, false);
+    end_capture();
+    EXPECT_EQ(pilot->charges->tow, 2000);
 }
 
 TEST_F(ChargesTest, InstructionRentalAndTheirTaxes) {

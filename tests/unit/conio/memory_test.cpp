@@ -17,6 +17,14 @@ bool warns(size_t size) {
                "? Allocating " + std::to_string(size) + " bytes, probably a bug.\n");
 }
 
+// Blocks allocated and freed so far, as SPACE reports them.
+std::pair<long, long> block_counts() {
+    std::string report = output_of([] { o_space(); });
+    long out = -1, in = -1;
+    sscanf(report.c_str(), "Blocks allocated %ld\nBlocks freed %ld", &out, &in);
+    return {out, in};
+}
+
 TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
     EXPECT_FALSE(warns(500));
     EXPECT_TRUE(warns(501));
@@ -26,11 +34,14 @@ TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
     std::string content = "first\n" + std::string(900, 'L') + "\nlast without newline";
     write_file("big.dat", content);
     char *text = nullptr;
+    auto [out0, in0] = block_counts();
     EXPECT_EQ(output_of([&] { text = alloc_file("big.dat", "heading", true); }),
               "Reading heading file \"big.dat\"\n");
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(std::string(text), content);
     errfree(text);
+    auto [out1, in1] = block_counts(); // every piece read is given back
+    EXPECT_EQ(out1 - out0, in1 - in0);
     EXPECT_TRUE(warns(501));
 
     std::string out =
@@ -39,14 +50,6 @@ TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
     EXPECT_FALSE(warns(10000));
     EXPECT_TRUE(warns(10001));
     EXPECT_EQ(set_max_malloc(500), 10000);
-}
-
-// Blocks allocated and freed so far, as SPACE reports them.
-std::pair<long, long> block_counts() {
-    std::string report = output_of([] { o_space(); });
-    long out = -1, in = -1;
-    sscanf(report.c_str(), "Blocks allocated %ld\nBlocks freed %ld", &out, &in);
-    return {out, in};
 }
 
 // Blocks carved from chunks are counted one by one like malloc's, never
@@ -81,6 +84,14 @@ TEST_F(MemoryTest, BatchBlocksAreCountedAndFreedOneByOne) {
     auto [out2, in2] = block_counts();
     EXPECT_EQ(out2, out1);
     EXPECT_EQ(in2 - in1, count + 1);
+
+    // Forty chunks at once: the table of chunks grows and keeps them all.
+    std::vector<void *> big;
+    for (int i = 0; i < 40 * 2200; i++)
+        big.push_back(errmalloc_batch(496));
+    for (void *block : big)
+        errfree(block);
+    EXPECT_EQ(block_counts().second - in2, 40 * 2200);
 
     char *again = alloc_str_batch("again", 5);
     EXPECT_EQ(std::string(again), "again");

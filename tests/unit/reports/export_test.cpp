@@ -1,89 +1,8 @@
-// The accounting export read back as the accounting package reads it, and
-// the receivables report's totals.
-#include <filesystem>
-#include <vector>
+// One invoice of the accounting export, and the receivables report's totals.
 
 #include "reports_fixture.h"
 
 namespace {
-
-std::vector<std::string> split(const std::string &line) {
-    std::vector<std::string> fields;
-    size_t start = 0;
-    for (;;) {
-        size_t tab = line.find('\t', start);
-        fields.push_back(line.substr(start, tab - start));
-        if (tab == std::string::npos)
-            return fields;
-        start = tab + 1;
-    }
-}
-
-// "12.34" or "-0.05" in cents; anything else fails the test.
-long cents(const std::string &text) {
-    long whole = 0, part = 0;
-    char sign = 0;
-    int used = 0;
-    const char *p = text.c_str();
-    if (*p == '-')
-        sign = *p++;
-    EXPECT_EQ(sscanf(p, "%ld.%2ld%n", &whole, &part, &used), 2) << text;
-    EXPECT_EQ((size_t)used, strlen(p)) << text;
-    long value = whole * 100 + part;
-    return sign ? -value : value;
-}
-
-struct Iif {
-    int transactions = 0;
-    long trns_total = 0;
-    std::vector<std::string> names;
-};
-
-// Reads an IIF invoice file: the three headers, then TRNS, SPL... ENDTRNS
-// groups, each of which must balance to the cent.
-Iif parse_iif(const std::string &text) {
-    Iif iif;
-    std::istringstream in(text);
-    std::string line;
-    std::vector<std::string> headers;
-    long open_amount = 0, splits = 0;
-    bool in_trns = false;
-    while (std::getline(in, line)) {
-        std::vector<std::string> f = split(line);
-        if (line[0] == '!') {
-            headers.push_back(line);
-        } else if (f[0] == "TRNS") {
-            EXPECT_FALSE(in_trns);
-            EXPECT_EQ(f.size(), 8u) << line;
-            EXPECT_EQ(f[1], "INVOICE");
-            EXPECT_EQ(f[2], "06/07/2005");
-            EXPECT_EQ(f[3], "Accounts Receivable");
-            EXPECT_EQ(f[7], f[4]);
-            in_trns = true;
-            open_amount = cents(f[5]);
-            splits = 0;
-            iif.names.push_back(f[4]);
-        } else if (f[0] == "SPL") {
-            EXPECT_TRUE(in_trns);
-            EXPECT_EQ(f.size(), 7u) << line;
-            EXPECT_EQ(f[6], f[3]);
-            EXPECT_EQ(f[4], iif.names.back());
-            splits += cents(f[5]);
-        } else {
-            EXPECT_EQ(line, "ENDTRNS");
-            EXPECT_TRUE(in_trns);
-            EXPECT_EQ(splits, -open_amount) << iif.names.back();
-            iif.transactions++;
-            iif.trns_total += open_amount;
-            in_trns = false;
-        }
-    }
-    EXPECT_FALSE(in_trns);
-    EXPECT_EQ(headers, (std::vector<std::string>{
-                           "!TRNS\tTRNSTYPE\tDATE\tACCNT\tNAME\tAMOUNT\tMEMO\tADDR1",
-                           "!SPL\tTRNSTYPE\tDATE\tACCNT\tNAME\tAMOUNT\tMEMO", "!ENDTRNS"}));
-    return iif;
-}
 
 class ExportTest : public ReportsTest {
   protected:
@@ -91,46 +10,7 @@ class ExportTest : public ReportsTest {
         ReportsTest::SetUp();
         db.curDate = i_convertDateToTime("6-7-2005");
     }
-
-    static void use_demo_club() {
-        db_reset();
-        db_init();
-        db.curDate = i_convertDateToTime("6-7-2005");
-        for (const auto &file :
-             std::filesystem::directory_iterator(std::string(VARNOK_SOURCE_DIR) + "/demo"))
-            std::filesystem::copy_file(file.path(), file.path().filename(),
-                                       std::filesystem::copy_options::overwrite_existing);
-    }
 };
-
-// Export answers: previous data, finance charges, specific dates, then the
-// customer selection.
-const char kExportAll[] = "NO\nNO\nNO\nNO\nALL\n";
-
-TEST_F(ExportTest, DemoClubExportBalancesAndIsNeverRepeated) {
-    use_demo_club();
-    std::string old_history = read_file("VNKGAS.HIS"), old_qu = read_file("VNKGASQU.HIS");
-    std::string console;
-    Iif iif = parse_iif(written(kExportAll, w_quickbooks, &console));
-    long expected = 0;
-    int customers = 0;
-    for (const customer *c = db.cust_list; c; c = c->next, customers++)
-        expected += getNewCharges(c);
-    EXPECT_GT(iif.transactions, 5);
-    EXPECT_EQ(iif.trns_total, expected);
-    EXPECT_TRUE(has(console, std::to_string(customers) + " customers output.\n")) << console;
-    EXPECT_TRUE(has(console, "History data updated to show what has been output to QUICKBOOKS\n"));
-    EXPECT_EQ(read_file("VNKGASQU.HIS"), old_qu + old_history);
-    for (const char *name : {"VNKGAS.HIS", "VNKPMNT.HIS", "VNKFLGHT.HIS"})
-        EXPECT_EQ(read_file(name), "!Start of billing cycle\n") << name;
-
-    // Nothing is exported twice; with the earlier data included it all is.
-    Iif again = parse_iif(written(kExportAll, w_quickbooks, &console));
-    EXPECT_EQ(again.transactions, 0) << console;
-    EXPECT_TRUE(has(console, std::to_string(customers) + " customers output.\n"));
-    Iif included = parse_iif(written("YES\nNO\nNO\nNO\nALL\n", w_quickbooks));
-    EXPECT_EQ(included.trns_total, iif.trns_total);
-}
 
 TEST_F(ExportTest, OneInvoiceInSplitOrderWithCreditsNegated) {
     customer *c = add("ADAMS", "AL", "FULL");
