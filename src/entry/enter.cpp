@@ -89,7 +89,13 @@ void entry_close_temporary() {
 void remember(const char *question, const char *history, const char *temporary, void (*drop)()) {
     // A failed append has reported itself and left the history as it was,
     // so what was computed from it still holds.
-    if (!get_yesno(question, "YES") || !append(history, temporary))
+    if (!get_yesno(question, "YES"))
+        return;
+    if (club_read_only()) {
+        printf("? The club is open read-only: nothing was remembered.\n");
+        return;
+    }
+    if (!append(history, temporary))
         return;
     db.month_ended = 0;
     db.bills_computed = 0;
