@@ -24,4 +24,4 @@ for message in '? Unable to close balances file "VNKBAL.DAT"' \
                '? Unable to close payments file "VNKPMNT.TMP"'; do
     grep -qF "$message" "$dir/console" || { echo "missing: $message" >&2; exit 1; }
 done
-diff -r "$dir/before" "$dir/club" >&2 || { echo "a file changed under the limit" >&2; exit 1; }
+diff -r -x VNKLOCK.LCK "$dir/before" "$dir/club" >&2 || { echo "a file changed under the limit" >&2; exit 1; }
