@@ -30,4 +30,4 @@ for message in '? Unable to close output file "OUT.LIS"' \
     grep -qF "$message" "$dir/console" || { echo "missing: $message" >&2; exit 1; }
 done
 ! grep -E 'addresses output|statements printed' "$dir/console" >&2 || { echo "a count of nothing" >&2; exit 1; }
-diff -r "$dir/before" "$dir/club" >&2 || { echo "a file changed under the limit" >&2; exit 1; }
+diff -r -x VNKLOCK.LCK "$dir/before" "$dir/club" >&2 || { echo "a file changed under the limit" >&2; exit 1; }

@@ -2,7 +2,11 @@
 // the balances file, each period file moves to its ".OLD" name and starts
 // afresh. A dated copy of the whole period is made first under periods/,
 // so neither a second closing nor a crash half-way can lose a period.
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <utility>
+#include <vector>
 
 #include "billing/emonth.h"
 #include "conio/iosubs.h"
@@ -44,8 +48,8 @@ bool period_fully_read() {
 }
 
 // Customers the bill run charged carry their new balance forward; the rest
-// keep theirs.
-bool roll_balances() {
+// keep theirs. `before` gets what to put back should the closing fail.
+bool roll_balances(std::vector<std::pair<customer *, int32_t>> &before) {
     // The bill run has loaded them; without it, never write a balances file
     // from balances that were not read.
     // Reading the customers reads the balances too.
@@ -56,13 +60,15 @@ bool roll_balances() {
     if (!period_fully_read())
         return false;
     for (customer *c = db.cust_list; c != nullptr; c = c->next)
-        if (c->charges != nullptr)
+        if (c->charges != nullptr) {
+            before.emplace_back(c, c->balance);
             c->balance = getCurrentBalance(c);
+        }
     db.balances_changed = 1;
     return true;
 }
 
-void start_history_files() {
+bool start_history_files(FileTransaction &t) {
     struct Row {
         void (*say)(const char *file);
         const char *file;
@@ -86,9 +92,10 @@ void start_history_files() {
     };
     for (const Row &row : rows) {
         row.say(row.file);
-        move_to_old(row.file, row.old_name);
-        create_empty_file(row.file);
+        if (!stage_old_and_fresh(t, row.file, row.old_name, true))
+            return false;
     }
+    return true;
 }
 
 void print_closing_advice() {
@@ -109,22 +116,37 @@ void do_emonth() {
     print_files_to_empty();
     if (!get_yesno("Are you sure you want to end the billing period?", "NO"))
         return;
-    if (!keep_period())
+    // Everything below happens whole, or (a crash half-way) is finished at
+    // the next start, or (a full disk) not at all.
+    FileTransaction t("closing of the billing period");
+    if (!keep_period(t))
         return;
     if (!get_yesno("Have TIMES already been computed?", "NO"))
         do_times();
     do_bills(1, false);
-    if (!roll_balances())
+    std::vector<std::pair<customer *, int32_t>> before;
+    if (!roll_balances(before))
         return;
 
     printf("Renaming %s to VNKBAL.OLD\n", db.balancesfile);
-    move_to_old(db.balancesfile, "VNKBAL.OLD");
-    do_w_balances();
+    bool staged = stage_old_and_fresh(t, db.balancesfile, "VNKBAL.OLD", false) &&
+                  do_w_balances(&t) && start_history_files(t);
+    if (!staged || !t.commit()) {
+        int cause = errno;
+        if (!t.decided()) {
+            for (const auto &[c, balance] : before)
+                c->balance = balance;
+            printf("? The billing period was not ended (%s); every file is as it was before.\n",
+                   strerror(cause));
+            return;
+        }
+        printf("? The closing is not finished; it will be before the files are next read.\n");
+    }
+    db.balances_changed = 0;
 
     free_all_payments();
     free_flights();
     free_gas();
-    start_history_files();
     print_closing_advice();
     db.month_ended = 1;
 }

@@ -5,15 +5,14 @@
 
 #include "billing/billing.h"
 
-// Where every closed period is kept, one folder per closing.
-inline constexpr char kPeriodsFolder[] = "periods";
-
 // The balances file and the six history files, by their current names.
 std::vector<const char *> period_files();
 
-// Copies the period's files, each complete and synced, into a new folder
-// under periods/; false (reported, nothing else changed) when it cannot.
-bool keep_period();
+// Stages in `t` a dated folder under periods/ holding a complete copy of
+// the period's files; false (reported, nothing changed) when it cannot.
+bool keep_period(FileTransaction &t);
 
-// Moves a period file to its fixed ".OLD" name, replacing the previous one.
-void move_to_old(const char *name, const char *old_name);
+// Stages in `t` the keeping of a period file under its fixed ".OLD" name
+// (or, when there is no such file, the removal of a stale ".OLD" copy) and
+// a fresh history file in its place when `fresh`.
+bool stage_old_and_fresh(FileTransaction &t, const char *name, const char *old_name, bool fresh);

@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "conio/transaction.h"
+
 #include "billing/emonth.h"
 #include "conio/iosubs.h"
 
@@ -26,8 +28,9 @@ const char *base_name(const char *name) {
 }
 
 // periods/<closing date>, or with -2, -3 ... when a period was already
-// closed that day: an earlier copy is never overwritten.
-bool make_period_folder(std::string &folder) {
+// closed that day: an earlier copy is never overwritten. The copy is made
+// in a temporary folder beside it, which only the closing renames.
+bool make_period_folder(std::string &folder, std::string &staging) {
     char date[16];
     time_t when = (time_t)db.curDate;
     struct tm local;
@@ -37,6 +40,7 @@ bool make_period_folder(std::string &folder) {
         folder = kPeriodsFolder;
         return false;
     }
+    struct stat st;
     for (int n = 1;; n++) {
         char name[96];
         if (n > 1)
@@ -44,19 +48,11 @@ bool make_period_folder(std::string &folder) {
         else
             snprintf(name, sizeof name, "%s/%s", kPeriodsFolder, date);
         folder = name;
-        if (safe_mkdir(folder.c_str()))
-            return true;
-        if (errno != EEXIST)
-            return false;
+        if (stat(name, &st) != 0)
+            break;
     }
-}
-
-// Drops what an incomplete copy made, so a folder under periods/ always
-// holds a whole period.
-void drop_copy(const std::string &folder, const std::vector<std::string> &copies) {
-    for (const std::string &copy : copies)
-        safe_unlink(copy.c_str());
-    rmdir(folder.c_str());
+    staging = folder + ".tmp" + std::to_string((long)getpid()) + "-0";
+    return safe_mkdir(staging.c_str());
 }
 
 } // namespace
@@ -66,38 +62,41 @@ std::vector<const char *> period_files() {
             db.payhistqufile, db.daysheetfile, db.daysheetqufile};
 }
 
-bool keep_period() {
-    std::string folder;
-    if (!make_period_folder(folder)) {
+bool keep_period(FileTransaction &t) {
+    new_files_like(db.customerfile);
+    std::string folder, staging;
+    if (!make_period_folder(folder, staging)) {
         printf("? Unable to make the folder \"%s\" for a copy of the period (%s); the billing "
                "period was not ended.\n",
                folder.c_str(), strerror(errno));
         return false;
     }
-    std::vector<std::string> copies;
+    t.place_made(staging, folder);
     for (const char *name : period_files()) {
         if (!is_file(name))
             continue;
-        std::string copy = folder + "/" + base_name(name);
+        std::string copy = staging + "/" + base_name(name);
         if (!safe_copy(name, copy.c_str())) {
-            int saved = errno;
-            drop_copy(folder, copies);
             printf("? Unable to copy \"%s\" into \"%s\" (%s); the billing period was not ended.\n",
-                   name, folder.c_str(), strerror(saved));
+                   name, folder.c_str(), strerror(errno));
             return false;
         }
-        copies.push_back(copy);
     }
     return true;
 }
 
-void move_to_old(const char *name, const char *old_name) {
-    if (!is_file(name)) {
-        // Nothing to keep: only the stale copy of an earlier period goes.
-        safe_unlink(old_name);
-        return;
-    }
-    // One rename replaces the old copy, so there is no moment with neither.
-    if (!safe_rename(name, old_name))
-        printf("? Unable to rename %s to %s: %s\n", name, old_name, strerror(errno));
+bool stage_old_and_fresh(FileTransaction &t, const char *name, const char *old_name, bool fresh) {
+    // A link keeps the old file under both names until the new one takes
+    // its place, so there is no moment with neither.
+    if (!is_file(name))
+        t.remove(old_name);
+    else if (!t.keep_copy(name, old_name))
+        return false;
+    if (!fresh)
+        return true;
+    SafeFile sf;
+    if (safe_open(sf, name) == nullptr)
+        return false;
+    fputs("!Start of billing cycle\n", sf.fp);
+    return t.place(sf);
 }

@@ -22,6 +22,7 @@ struct FileOpsState {
     long fault_step = 0;
     FileFault fault = FileFault::NONE;
     void (*observer)(FileStep, const char *) = nullptr;
+    std::string mode_reference;
 };
 FileOpsState fops;
 
@@ -147,12 +148,16 @@ FILE *safe_open(SafeFile &sf, const char *name) {
         return nullptr;
     }
     // A rewritten file keeps the permissions of the file it replaces; a new
-    // one gets what the user's umask allows, as fopen would have given it.
+    // one those of the reference file, or else what the user's umask
+    // allows, as fopen would have given it.
     mode_t mask = umask(0);
     umask(mask);
     mode_t mode = 0666 & ~mask;
     struct stat old;
     if (stat(name, &old) == 0 && S_ISREG(old.st_mode))
+        mode = old.st_mode & 07777;
+    else if (!fops.mode_reference.empty() && stat(fops.mode_reference.c_str(), &old) == 0 &&
+             S_ISREG(old.st_mode))
         mode = old.st_mode & 07777;
 
     long pid = (long)getpid();
@@ -270,24 +275,67 @@ bool safe_copy(const char *from, const char *to) {
     return safe_commit(sf);
 }
 
-bool safe_backup(const char *from, const char *to) {
-    std::string temp = std::string(to) + kTempInfix + std::to_string((long)getpid()) + "-0";
-    if (!step(FileStep::CREATE, temp.c_str()))
+bool prepare_backup(const char *from, const char *to, std::string &made) {
+    made = std::string(to) + kTempInfix + std::to_string((long)getpid()) + "-b";
+    if (!step(FileStep::CREATE, made.c_str()))
         return false;
-    unlink(temp.c_str());
-    if (link(from, temp.c_str()) != 0) {
-        if (errno == EXDEV || errno == EPERM || errno == ENOTSUP || errno == EMLINK ||
-            errno == ENOSYS)
-            return safe_copy(from, to);
+    unlink(made.c_str());
+    if (link(from, made.c_str()) == 0)
+        return true;
+    if (errno != EXDEV && errno != EPERM && errno != ENOTSUP && errno != EMLINK && errno != ENOSYS)
+        return false;
+    FILE *in = fopen(from, "r");
+    if (in == nullptr)
+        return false;
+    SafeFile sf;
+    bool ok = safe_open(sf, to) != nullptr;
+    ok = ok && pour(in, sf.fp);
+    fclose(in);
+    if (!ok) {
+        safe_abort(sf);
+        errno = EIO;
         return false;
     }
-    bool ok = safe_rename(temp.c_str(), to);
+    if (!safe_prepare(sf))
+        return false;
+    made = sf.temp_name;
+    return true;
+}
+
+bool safe_backup(const char *from, const char *to) {
+    std::string made;
+    if (!prepare_backup(from, to, made))
+        return false;
+    bool ok = safe_rename(made.c_str(), to);
     int saved = errno;
     // When `to` already was a link to the same file the rename does
     // nothing and leaves the temporary name in place.
-    unlink(temp.c_str());
+    unlink(made.c_str());
     errno = saved;
     return ok;
+}
+
+bool safe_remove_folder(const char *name) {
+    if (DIR *dir = opendir(name)) {
+        while (struct dirent *entry = readdir(dir))
+            if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0)
+                safe_unlink((std::string(name) + "/" + entry->d_name).c_str());
+        closedir(dir);
+    }
+    if (!step(FileStep::UNLINK, name))
+        return false;
+    return rmdir(name) == 0 || errno == ENOENT;
+}
+
+std::string file_identity(const char *name) {
+    struct stat st;
+    if (stat(name, &st) != 0)
+        return "";
+    return std::to_string((unsigned long long)st.st_dev) + ":" +
+           std::to_string((unsigned long long)st.st_ino) + ":" +
+           std::to_string((long long)st.st_size) + ":" +
+           std::to_string((long long)st.st_mtim.tv_sec) + "." +
+           std::to_string((long)st.st_mtim.tv_nsec);
 }
 
 bool safe_append_bytes(const char *name, const char *data, size_t length) {
@@ -340,16 +388,22 @@ int remove_stale_temporaries(const char *directory) {
         if (end == p || *p == '-' || *p == '+' || *end != '-' || pid <= 0)
             continue;
         const char *n = end + 1;
-        if (*n == '\0' || strspn(n, "0123456789") != strlen(n))
+        if (*n == '\0' || (strspn(n, "0123456789") != strlen(n) && strcmp(n, "b") != 0))
             continue;
         if (pid == (long)getpid() || kill((pid_t)pid, 0) == 0 || errno == EPERM)
             continue;
         std::string path = std::string(directory) + "/" + entry->d_name;
-        if (safe_unlink(path.c_str()))
+        struct stat st;
+        bool folder = lstat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+        if (folder ? safe_remove_folder(path.c_str()) : safe_unlink(path.c_str()))
             removed++;
     }
     closedir(dir);
     return removed;
+}
+
+void new_files_like(const char *name) {
+    fops.mode_reference = name != nullptr ? name : "";
 }
 
 void file_fault_at(long at, FileFault what) {

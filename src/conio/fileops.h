@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <string>
 #include <sys/types.h>
 
 // ---- Whole-file rewrite -------------------------------------------------------
@@ -32,6 +33,10 @@ void safe_abort(SafeFile &sf);                   // drops the temporary file
 // Finishes the file like safe_commit but leaves it complete and on disk
 // under sf.temp_name, for a later safe_rename; false removes it.
 bool safe_prepare(SafeFile &sf);
+// New files (no file of that name to take the mode from) get the mode of
+// `name` when it exists: a club that keeps its files private keeps the new
+// ones private too.
+void new_files_like(const char *name);
 
 // ---- Single checked steps -----------------------------------------------------
 // Each returns false (errno set) when the step did not happen; none prints.
@@ -50,16 +55,36 @@ bool safe_copy(const char *from, const char *to);
 // link where the file system has them, else a synced copy), replacing `to`
 // atomically.
 bool safe_backup(const char *from, const char *to);
+// Makes a temporary beside `to` that holds what `from` holds now (the
+// first half of safe_backup); its name goes to `made`.
+bool prepare_backup(const char *from, const char *to, std::string &made);
+// Removes a folder and the files in it.
+bool safe_remove_folder(const char *name);
+// What tells one file from another that took its name: device, inode,
+// size and modification time; empty when there is no such file.
+std::string file_identity(const char *name);
 // Makes `name` end with the given bytes, by rewriting it as a whole.
 bool safe_append_bytes(const char *name, const char *data, size_t length);
 // A stream appending to `name` (created if missing) whose every write is a
 // counted file step; nullptr when it cannot be opened. Close with fclose.
 FILE *open_appending(const char *name);
 
-// Removes the temporaries of this program's naming (see SafeFile) that a
-// killed run left in `directory`; a temporary whose process still runs is
-// left alone. Returns how many were removed.
+// Removes the temporaries of this program's naming (see SafeFile), files
+// or folders, that a killed run left in `directory`; a temporary whose
+// process still runs is left alone. Returns how many were removed.
 int remove_stale_temporaries(const char *directory);
+
+// ---- The club folder ----------------------------------------------------------
+
+// Takes the club folder (the working directory) for this run with an
+// exclusive lock on kFolderLockFile, which the kernel releases when the
+// process ends. False when another run holds it; `holder` then says who
+// ("process 123 on host by user").
+inline constexpr char kFolderLockFile[] = "VNKLOCK.LCK";
+bool lock_club_folder(std::string &holder);
+// A run that opened the club read-only changes none of its files.
+void set_club_read_only(bool read_only);
+bool club_read_only();
 
 // ---- Fault injection, for tests -----------------------------------------------
 

@@ -132,6 +132,13 @@ FILE *get_o_file();
 FILE *open_o_file(const char *name, const char *kind);
 FILE *open_append_file(const char *name, const char *kind);
 int close_o_file(FILE *file, const char *name, const char *kind); // 0 on success
+// Finishes the current output now, for a change that must not happen
+// unless the output arrived whole: a file is flushed, synced and closed
+// under its temporary name, which is handed over (with the name it is to
+// take) to be placed by the caller's transaction, or dropped with it; a
+// print job is ended. Output then goes to the console, and closing the
+// file later only reports a failure again. The console gives empty names.
+bool hand_over_o_file(std::string &temp_name, std::string &final_name);
 bool set_tabs_allowed(bool flag);
 bool set_insertReturn(bool flag);
 // While `sink` is set, everything written to the current output is also

@@ -46,6 +46,9 @@ struct OpenOutput {
     bool safe = false;
     SafeFile sf;
     pid_t spooler = -1;
+    // Finished early by hand_over_o_file; closing then only reports.
+    bool handed = false;
+    bool handed_ok = false;
 };
 
 struct OutputState {
@@ -411,7 +414,9 @@ bool finish_file(FILE *file) {
     OpenOutput *entry = find_open(file);
     if (entry == nullptr)
         return fclose(file) == 0;
-    bool ok = entry->safe ? safe_commit(entry->sf) : finish_spooler(entry->fp, entry->spooler);
+    bool ok = entry->handed ? entry->handed_ok
+              : entry->safe ? safe_commit(entry->sf)
+                            : finish_spooler(entry->fp, entry->spooler);
     forget_open(file);
     return ok;
 }
@@ -464,6 +469,29 @@ FILE *open_o_file(const char *name, const char *kind) {
     out.open_files.push_back(entry);
     begin_output(entry.fp);
     return entry.fp;
+}
+
+bool hand_over_o_file(std::string &temp_name, std::string &final_name) {
+    temp_name.clear();
+    final_name.clear();
+    FILE *file = out.cur_file;
+    clear_line();
+    OpenOutput *entry = find_open(file);
+    if (entry == nullptr || entry->handed)
+        return fflush(file) == 0;
+    if (entry->safe) {
+        entry->handed_ok = safe_prepare(entry->sf);
+        if (entry->handed_ok) {
+            temp_name = entry->sf.temp_name;
+            final_name = entry->sf.final_name;
+        }
+    } else {
+        entry->handed_ok = finish_spooler(entry->fp, entry->spooler);
+    }
+    entry->handed = true;
+    // The stream is closed: what follows goes to the console.
+    out.cur_file = stdout;
+    return entry->handed_ok;
 }
 
 FILE *open_append_file(const char *name, const char *kind) {
@@ -536,6 +564,8 @@ bool set_insertReturn(bool flag) {
 
 void output_reset() {
     for (OpenOutput &entry : out.open_files) {
+        if (entry.handed)
+            continue;
         if (entry.safe)
             safe_abort(entry.sf);
         else

@@ -7,12 +7,14 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "conio/iosubs.h"
+#include "conio/transaction.h"
 #include "db/name_index.h"
 
 struct customer;
@@ -75,6 +77,7 @@ struct flight {
     int towheight; // hundreds of feet
     int32_t start; // minutes after midnight
     int32_t end;
+    char exported; // read from the "QU" file: already sent to the accounting package
 };
 
 struct gas {
@@ -89,6 +92,7 @@ struct gas {
     int gallons;       // tenths of a gallon
     char *plane;
     char *pilot;
+    char exported; // as a flight's
 };
 
 struct misc {
@@ -101,6 +105,7 @@ struct misc {
     int32_t charge; // cents; negative for a credit
     char taxable;
     char *why;
+    char exported; // as a flight's
 };
 
 struct payment {
@@ -110,6 +115,7 @@ struct payment {
     int32_t amount; // cents
     int32_t check;
     char *note;
+    char exported; // as a flight's
 };
 
 struct price {
@@ -224,6 +230,8 @@ struct DbState {
     char balances_changed = 0;
     // Temporaries of killed runs are looked for once per run.
     char leftovers_removed = 0;
+    // The "QU" file is being read: its records were exported already.
+    char reading_exported = 0;
     std::vector<FileReadNote> read_notes;
     char month_ended = 0;
 
@@ -407,7 +415,8 @@ bool do_w_custs();
 void do_r_abbrev();
 bool do_w_abbrev();
 void do_r_balances();
-bool do_w_balances();
+// With a transaction the new file is staged in it instead of written.
+bool do_w_balances(FileTransaction *t = nullptr);
 void readPaymentsFile(const char *file);
 void do_r_payments(bool quicken);
 void readFlights(const char *file);
@@ -426,18 +435,27 @@ void do_write_database();
 // its records for good, so the rewrite refuses, and so does anything that
 // would lead to one.
 const char *unreadable_source();
-// Completes a history rewrite that a crash interrupted, and removes the
-// temporaries of killed runs; every loader calls it before reading.
+// Completes a change of several files that a crash interrupted, and
+// removes the temporaries of killed runs; every loader calls it before
+// reading. A run that opened the club read-only leaves both to the run
+// holding the folder.
 void finish_pending_rewrite();
-// The export's move of history into the "QU" files lives above this layer
-// and must be completed the same way, before anything is read and before
-// leftover temporaries are removed; the shell installs it at start-up.
-extern void (*finish_pending_move_hook)();
-// A pending file names, on one tab-separated line, the files of a change
-// of several files that a crash may interrupt; it is written whole and
-// synced before the first rename, and read back by the roll-forward.
-bool write_pending_names(const char *pending, const std::vector<std::string> &names);
-bool read_pending_names(const char *pending, std::vector<std::string> &names);
+// The three history families, and writing one from memory: the heading,
+// then every record `keep` takes (given its customer and whether it was
+// read from the "QU" file), in the file form.
+enum class HistoryKind { GAS, PAYMENTS, FLIGHTS };
+void write_history(HistoryKind kind,
+                   const std::function<bool(const customer *, bool exported)> &keep);
+bool history_has(HistoryKind kind,
+                 const std::function<bool(const customer *, bool exported)> &keep);
+// Stages in `t` a new `name`: the file `before` (when not null; it must be
+// readable) followed by the records `keep` takes, or when there is neither
+// a `before` nor a record, the empty "!Start of billing cycle" file.
+bool stage_history(FileTransaction &t, const char *name, HistoryKind kind,
+                   const std::function<bool(const customer *, bool exported)> &keep,
+                   const char *before = nullptr);
+// Where every closed period is kept, one folder per closing.
+inline constexpr char kPeriodsFolder[] = "periods";
 void note_file_read(const char *name, bool unreadable, int bad_lines);
 const FileReadNote *file_read_note(const char *name); // nullptr: never read
 

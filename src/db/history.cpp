@@ -290,6 +290,7 @@ void readFlights(const char *file) {
         Fields field(line);
         flight *f = (flight *)errmalloc_batch(sizeof(flight));
         f->next = nullptr;
+        f->exported = db.reading_exported;
         f->date = read_date(dates, field[1], line_number);
         bool ok = false;
         f->number = read_int(field[2], ok);
@@ -459,6 +460,7 @@ void readGas(const char *file) {
             m->invoice = s.invoice;
             m->next = nullptr;
             m->why = nullptr;
+            m->exported = db.reading_exported;
             miscs_read.push_back(m);
             int next = 5;
             m->taxable = 0;
@@ -473,6 +475,7 @@ void readGas(const char *file) {
             m->why = keep_text(field[next]);
         } else {
             gas *g = (gas *)errmalloc_batch(sizeof(gas));
+            g->exported = db.reading_exported;
             g->date = s.date;
             g->sheet = s.sheet;
             g->line = s.line;
@@ -510,8 +513,11 @@ void do_r_flights(bool quicken) {
     finish_pending_rewrite();
     db.flights_quicken = (char)quicken;
     free_flights();
-    if (quicken)
+    if (quicken) {
+        db.reading_exported = 1;
         readFlights(db.daysheetqufile);
+        db.reading_exported = 0;
+    }
     readFlights(db.daysheetfile);
     db.flights_read = 1;
 }
@@ -522,8 +528,11 @@ void do_r_gas(bool quicken) {
     finish_pending_rewrite();
     db.gas_quicken = (char)quicken;
     free_gas();
-    if (quicken)
+    if (quicken) {
+        db.reading_exported = 1;
         readGas(db.gashistqufile);
+        db.reading_exported = 0;
+    }
     readGas(db.gashistfile);
     db.gas_read = 1;
 }

@@ -168,7 +168,7 @@ void do_r_balances() {
     db.balances_read = 1;
 }
 
-bool do_w_balances() {
+bool do_w_balances(FileTransaction *t) {
     if (!db.balances_changed) {
         printf("Balances file is up to date.\n");
         return true;
@@ -186,12 +186,14 @@ bool do_w_balances() {
             continue;
         fprintf(file, "%s\t%s\t%ld\n", c->lastname, c->firstname, (long)c->balance);
     }
-    if (!safe_commit(sf)) {
+    if (t != nullptr ? !t->place(sf) : !safe_commit(sf)) {
         printf("? Unable to close balances file \"%s\"\n", db.balancesfile);
         return false;
     }
     printf("Account balances file \"%s\" written.\n", db.balancesfile);
-    db.balances_changed = 0;
+    // Staged, the file is written only when the whole change is.
+    if (t == nullptr)
+        db.balances_changed = 0;
     return true;
 }
 
@@ -295,6 +297,7 @@ void readPaymentsFile(const char *name) {
 
         auto *p = static_cast<payment *>(errmalloc_batch(sizeof(payment)));
         p->next = nullptr;
+        p->exported = db.reading_exported;
         p->date = date;
         p->customer = c;
         p->amount = amount;
@@ -314,8 +317,11 @@ void do_r_payments(bool quicken) {
     finish_pending_rewrite();
     db.payments_quicken = static_cast<char>(quicken);
     free_all_payments();
-    if (quicken)
+    if (quicken) {
+        db.reading_exported = 1;
         readPaymentsFile(db.payhistqufile);
+        db.reading_exported = 0;
+    }
     readPaymentsFile(db.payhistfile);
     db.payments_read = 1;
 }

@@ -97,6 +97,10 @@ void remember(const char *question, const char *history, const char *temporary, 
 }
 
 bool remember_now(const char *history, const char *temporary, void (*drop)()) {
+    if (club_read_only()) {
+        printf("? The club is open read-only: nothing was remembered.\n");
+        return false;
+    }
     if (!append(history, temporary))
         return false;
     db.month_ended = 0;

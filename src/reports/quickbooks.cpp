@@ -58,6 +58,7 @@ const char *export_date() {
 } // namespace
 
 void w_quickbooksEntry(customer *c, long) {
+    export_take(c);
     const charges *ch = c->charges;
     if (!ch)
         return;
@@ -90,6 +91,10 @@ void w_quickbooksEntry(customer *c, long) {
 }
 
 void w_quickbooks() {
+    if (club_read_only()) {
+        printf("? The club is open read-only: QUICKBOOKS is not available.\n");
+        return;
+    }
     printf("Once data is written with this command and loaded into QUICKBOOKS\n"
            "it can not be loaded again. Only include the data previously written\n"
            "if you are sure it has not been loaded into QUICKBOOKS.\n");
@@ -105,20 +110,23 @@ void w_quickbooks() {
         o_lstring(line, 0, false);
         o_newline(0);
     }
+    export_begin();
     int count = w_selectedClassOrFlag("Customers", w_quickbooksEntry, 0);
     set_tabs_allowed(tabs);
     printf("%d customers output.\n", count);
 
-    // A pair whose move failed keeps its history for the next export.
-    move_history_to_qu(db.gashistfile, db.gashistqufile);
-    move_history_to_qu(db.payhistfile, db.payhistqufile);
-    move_history_to_qu(db.daysheetfile, db.daysheetqufile);
-    // The charges just exported must not be offered again: the history is
-    // read afresh, and the next export recomputes without asking whether to
-    // (the statements file of this run stays valid for printing).
+    // Only a committed export moves records, and the lists read before it
+    // no longer match the files once it has.
+    if (!export_commit())
+        return;
+    int left = export_left_for_later();
     free_flights();
     free_gas();
     free_all_payments();
+    // The next export recomputes without asking whether to (the
+    // statements file of this run stays valid for printing).
     billing.lastReadQuicken = -1;
     printf("History data updated to show what has been output to QUICKBOOKS\n");
+    if (left > 0)
+        printf("The records of %d customers were left for a later export.\n", left);
 }

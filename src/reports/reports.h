@@ -73,9 +73,12 @@ void w_quickbooks();
 void w_quickbooksEntry(customer *c, long argument);
 void w_actBals();
 void w_oneActBal(customer *c, long argument);
-// Appends `history` to `qu` and starts `history` afresh, all or nothing;
-// false (reported) when the history file was left as it was or the move
-// waits for finish_qu_move.
-bool move_history_to_qu(const char *history, const char *qu);
-// Completes a move a crash interrupted; must run before history is read.
-void finish_qu_move();
+// The export's commit: export_begin forgets the customers taken, each
+// invoice written takes its customer (export_take), and export_commit
+// places the export file and moves the taken customers' records into the
+// "QU" files as one change; false (reported) when nothing was changed.
+void export_begin();
+void export_take(const customer *c);
+bool export_commit();
+// Customers not taken whose records are still to be exported.
+int export_left_for_later();

@@ -52,6 +52,15 @@ const command commands[] = {
     {nullptr, nullptr, 0, 0},
 };
 
+// A run that found the club folder held by another may look, not change.
+static bool refused_read_only(void (*action)(), const char *name) {
+    if (!club_read_only() || (action != do_save && action != do_emonth && action != do_remove &&
+                              action != do_write_database))
+        return false;
+    printf("? The club is open read-only: %s is not available.\n", name);
+    return true;
+}
+
 static bool hidden(const command &row) {
     return row.expert && !shell.expert_mode;
 }
@@ -97,7 +106,8 @@ bool do_command_table(const char *typed) {
 
     if (match != nullptr && !ambiguous) {
         errfree(word);
-        match->action_routine();
+        if (!refused_read_only(match->action_routine, match->name))
+            match->action_routine();
         return true;
     }
     if (ambiguous)
@@ -148,7 +158,8 @@ void do_setdate() {
 }
 
 void do_exit() {
-    do_save();
+    if (!club_read_only())
+        do_save();
     shell.exit_flag = 1;
 }
 
@@ -206,10 +217,23 @@ static void end_of_input() {
     exit(0);
 }
 
+// One run per club folder; a second may look at the club read-only.
+static void take_club_folder() {
+    std::string holder;
+    if (lock_club_folder(holder))
+        return;
+    printf("? The club folder is in use by %s.\n", holder.c_str());
+    if (!get_yesno("Open the club read-only", "NO")) {
+        printf("Leaving the club to the run that holds it.\n");
+        exit(0);
+    }
+    set_club_read_only(true);
+}
+
 int do_main(const char *version, const char *prompt) {
     modify_customer_hook = modify_customer;
     account_lists_hook = w_account_lists;
-    finish_pending_move_hook = finish_qu_move;
+    take_club_folder();
     do_init();
     i_setEndOfInputHandler(end_of_input);
     printf("%s\n\n", version);

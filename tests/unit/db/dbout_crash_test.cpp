@@ -84,7 +84,7 @@ class DboutCrashTest : public DbTest {
     static bool only_expected_files() {
         for (const auto &e : std::filesystem::directory_iterator(".")) {
             std::string n = e.path().filename().string();
-            if (n.find(".tmp") != std::string::npos || n == "VNKDBOUT.PND") {
+            if (n.find(".tmp") != std::string::npos || n == kIntentFile) {
                 ADD_FAILURE() << "left behind: " << n;
                 return false;
             }
@@ -130,7 +130,7 @@ TEST_F(DboutCrashTest, EveryKillPointLeavesEachRecordOnceAfterTheNextStart) {
                          (entry_ran ? ", then entry ran" : ""));
             EXPECT_EQ(records_after_restart(), expected);
             EXPECT_TRUE(only_expected_files());
-            EXPECT_FALSE(std::filesystem::exists("VNKDBOUT.PND"));
+            EXPECT_FALSE(std::filesystem::exists(kIntentFile));
         }
         // Killed between the pending file and the first rename, the
         // rewrite finds its new files replaced only when entry ran.

@@ -23,18 +23,18 @@ TEST_F(RecordsOutTest, ScreenColumns) {
     char plane[] = "N123", pilot[] = "JOHN", cfi[] = "BOB", towpilot[] = "TP", empty[] = "",
          why[] = "Tie-down", note[] = "dues";
     // Fields in declaration order, starting with the list link.
-    gas g{nullptr, date, 12, 3, smith, 0, 3075, "100", -5, plane, pilot};
+    gas g{nullptr, date, 12, 3, smith, 0, 3075, "100", -5, plane, pilot, 0};
     EXPECT_EQ(line_of([&] { o_gas_struct(&g, 0, false, false); }),
               "6-7-2005 12     3       SMITH,JOHN 3075 100     -0.5    N123    JOHN\n");
-    misc m{nullptr, date, 4, 2, smith, 0, -250, 0, why};
+    misc m{nullptr, date, 4, 2, smith, 0, -250, 0, why, 0};
     EXPECT_EQ(line_of([&] { o_misc_struct(&m, 4, false, false); }),
               "   6-7-2005 4       2       SMITH,JOHN N    -250    Tie-down\n");
     // The note of a payment stays at column 41 whatever the indent.
-    payment p{nullptr, date, fc_cust("LEE", "AL", true), 2500, 101, note};
+    payment p{nullptr, date, fc_cust("LEE", "AL", true), 2500, 101, note, 0};
     EXPECT_EQ(line_of([&] { o_payment_struct(&p, 9, false, false); }),
               "        6-7-2005 2500    101     LEE,AL dues\n");
-    flight f{nullptr, smith, date,     7,  12,  plane, fc_tug("PAWNEE", true), pilot, cfi,
-             empty,   5,     towpilot, 25, 570, 605};
+    flight f{nullptr, smith,    date, 7,   12,  plane, fc_tug("PAWNEE", true), pilot, cfi, empty,
+             5,       towpilot, 25,   570, 605, 0};
     EXPECT_EQ(line_of([&] { o_flight_struct(&f, 0, false, false); }),
               "6-7-2005 7 #12 N123 JOHN U BOB TP PAWNEE 2.5 9:30 10:05\n");
 

@@ -83,13 +83,12 @@ class RemoveRewriteTest : public DbTest {
     // unless it is complete and named by the pending file of a rewrite
     // that the next start finishes.
     static std::string fragments() {
-        std::vector<std::string> pending;
-        read_pending_names("VNKDBOUT.PND", pending);
+        std::string intent =
+            std::filesystem::exists(kIntentFile) ? read_file(kIntentFile) : std::string();
         std::string found;
         for (const auto &e : std::filesystem::directory_iterator(".")) {
             std::string n = e.path().filename().string();
-            if (n.find(".tmp") != std::string::npos &&
-                std::find(pending.begin(), pending.end(), n) == pending.end())
+            if (n.find(".tmp") != std::string::npos && !has(intent, "\t" + n + "\t"))
                 found += n + " ";
         }
         return found;
@@ -168,7 +167,7 @@ TEST_F(RemoveRewriteTest, EveryFailedOrKilledStepLeavesOldOrNewFilesNeverAFragme
             }
             EXPECT_EQ(histories(), flights == flights_after ? after : before);
             EXPECT_EQ(fragments(), "");
-            EXPECT_FALSE(std::filesystem::exists("VNKDBOUT.PND"));
+            EXPECT_FALSE(std::filesystem::exists(kIntentFile));
         }
     }
 }

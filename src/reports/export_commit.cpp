@@ -1,0 +1,96 @@
+// After the invoices are written: the export file and the move of what it
+// holds into the "QU" files, as one change. The invoices are complete on
+// disk before any record moves, and only the records of the customers the
+// export took move; the others stay for a later export.
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <sys/stat.h>
+#include <unordered_set>
+
+#include "conio/iosubs.h"
+#include "reports/reports.h"
+
+namespace {
+
+std::unordered_set<const customer *> taken;
+
+bool exists(const char *name) {
+    struct stat st;
+    return stat(name, &st) == 0;
+}
+
+template <class T> bool has_live(T *list) {
+    for (; list != nullptr; list = list->next)
+        if (!list->exported)
+            return true;
+    return false;
+}
+
+bool has_live_records(const customer *c) {
+    return has_live(c->flights) || has_live(c->gas) || has_live(c->misc) || has_live(c->payments);
+}
+
+// A history whose records the export took moves them to the end of its
+// "QU" file; the history keeps the rest, or starts afresh.
+bool stage_family(FileTransaction &t, HistoryKind kind, const char *history, const char *qu) {
+    auto moving = [](const customer *c, bool exported) { return !exported && taken.count(c); };
+    if (!exists(history) || !history_has(kind, moving))
+        return true; // nothing of it moves
+    return stage_history(t, qu, kind, moving, exists(qu) ? qu : nullptr) &&
+           stage_history(t, history, kind, [](const customer *c, bool exported) {
+               return !exported && !taken.count(c);
+           });
+}
+
+} // namespace
+
+void export_take(const customer *c) {
+    taken.insert(c);
+}
+
+void export_begin() {
+    taken.clear();
+}
+
+bool export_commit() {
+    FileTransaction t("export to QUICKBOOKS");
+    std::string temp, final_name;
+    bool written = hand_over_o_file(temp, final_name);
+    if (written && !temp.empty())
+        t.place_made(temp, final_name);
+    // The histories are written back from what was read of them.
+    const char *name = nullptr;
+    for (const char *source : {db.customerfile, db.gashistfile, db.payhistfile, db.daysheetfile}) {
+        const FileReadNote *note = file_read_note(source);
+        if (name == nullptr && (note == nullptr || note->unreadable))
+            name = source;
+    }
+    if (name != nullptr) {
+        printf("? \"%s\" could not be read; the export was not written and no record was "
+               "moved.\n",
+               name);
+        return false;
+    }
+    bool staged = written && stage_family(t, HistoryKind::GAS, db.gashistfile, db.gashistqufile) &&
+                  stage_family(t, HistoryKind::PAYMENTS, db.payhistfile, db.payhistqufile) &&
+                  stage_family(t, HistoryKind::FLIGHTS, db.daysheetfile, db.daysheetqufile);
+    if (!staged || !t.commit()) {
+        if (t.decided()) {
+            printf("? The export is not finished; it will be before the files are next read.\n");
+        } else {
+            printf("? The export could not be written (%s); no record was moved.\n",
+                   strerror(errno));
+            return false;
+        }
+    }
+    return true;
+}
+
+int export_left_for_later() {
+    int left = 0;
+    for (const customer *c = db.cust_list; c != nullptr; c = c->next)
+        if (!taken.count(c) && has_live_records(c))
+            left++;
+    return left;
+}

@@ -1,0 +1,69 @@
+// The export killed, or stopped by a failed file step, at every file step:
+// after the next start either nothing happened (no IIF file, every record
+// where it was) or the whole export did (the IIF file of an uninterrupted
+// run and every exported record once in its "QU" file).
+#include <filesystem>
+#include <map>
+
+#include "reports_fixture.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class ExportCrashTest : public DbTest {
+  protected:
+    static void export_to_file() {
+        db_reset();
+        db_init();
+        feed_input("NO\nNO\nNO\nNO\nALL\n");
+        FILE *file = open_o_file("QB.IIF", "output");
+        if (file == nullptr)
+            return;
+        w_quickbooks();
+        close_o_file(file, "QB.IIF", "output");
+    }
+
+    static std::map<std::string, std::string> club_files() {
+        std::map<std::string, std::string> files;
+        for (const auto &e : fs::directory_iterator("."))
+            if (e.path().extension() != ".LIS")
+                files[e.path().filename().string()] = read_file(e.path());
+        return files;
+    }
+};
+
+TEST_F(ExportCrashTest, EveryKillPointAndFailedStepExportsAllOrNothing) {
+    lay_out_two_member_period("LEE,AL\tN9\tAL");
+    const auto before = club_files();
+    export_to_file();
+    const long steps = file_steps_taken();
+    const auto after = club_files();
+    ASSERT_TRUE(has(after.at("QB.IIF"), "SMITH, JOHN"));
+    ASSERT_TRUE(has(after.at("VNKFLGQU.HIS"), "6-3-2005\t4\tSMITH,JOHN"));
+    ASSERT_FALSE(has(after.at("VNKFLGHT.HIS"), "SMITH,JOHN"));
+    ASSERT_GT(steps, 10);
+
+    int killed = 0, failed = 0;
+    for (FileFault fault : {FileFault::EXIT, FileFault::FAIL})
+        for (long step = 1; step <= steps; step++) {
+            lay_out_two_member_period("LEE,AL\tN9\tAL");
+            int status = exit_status_of([&] {
+                file_fault_at(step, fault);
+                export_to_file();
+            });
+            ASSERT_EQ(status, fault == FileFault::EXIT ? kFileFaultExitStatus : 0) << step;
+            (fault == FileFault::EXIT ? killed : failed)++;
+            db_reset();
+            db_init();
+            output_of(finish_pending_rewrite);
+            SCOPED_TRACE((fault == FileFault::EXIT ? "killed at step " : "failed step ") +
+                         std::to_string(step));
+            const auto now = club_files();
+            EXPECT_TRUE(now == before || now == after);
+        }
+    RecordProperty("kill_points", killed);
+    RecordProperty("failed_steps", failed);
+}
+
+} // namespace
