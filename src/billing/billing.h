@@ -56,11 +56,6 @@ struct DateRange {
     }
 };
 DateRange date_range(const char *start, const char *end);
-void charge_flight(flight *f, charges *ch, bool accumulate, bool print);
-void charge_gas(gas *g, charges *ch, customer *c, bool print);
-void charge_misc(misc *m, charges *ch, bool print);
-void charge_payment(payment *p, charges *ch, bool print);
-void charge_finCharges(customer *c, charges *ch, bool print);
 // Sales tax of `amount` at the named rate, added to the record when not 0.
 // Flights say when a tax rate is missing; fuel and misc taxes are optional.
 void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount,
