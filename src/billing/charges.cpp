@@ -47,7 +47,7 @@ void charge_fixed_tow(const flight *f, const Targets &to, const char *cat, int32
             add(t.pattern_tow_charge, charge);
         }
     });
-    sink.charge(rope_break ? "Rope break:" : "Pattern tow:", charge);
+    sink.charge_line(rope_break ? "Rope break:" : "Pattern tow:", charge);
     add_salestax(to.ch, rope_break ? "ROPE-BREAK-SALESTAX" : "PATTERN-TOW-SALESTAX", cat, charge,
                  true);
     // Counted as a tow and as instruction without charging either, and as
@@ -107,7 +107,7 @@ void charge_flight(flight *f, charges *ch, bool accumulate, StatementSink &sink)
             add(t.inst_min, minutes);
         });
         if (instruction != 0) {
-            sink.charge("Instruction:", instruction);
+            sink.charge_line("Instruction:", instruction);
             add_salestax(ch, "INS-SALESTAX", cat, instruction, true);
         }
     }
@@ -118,7 +118,7 @@ void charge_flight(flight *f, charges *ch, bool accumulate, StatementSink &sink)
             t.rental_count++;
             add(t.rental_min, minutes);
         });
-        sink.charge("Rental:", rental);
+        sink.charge_line("Rental:", rental);
         add_salestax(ch, "FLT-SALESTAX", cat, rental, true);
     }
     sink.flight_end();

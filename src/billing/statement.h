@@ -19,7 +19,7 @@ class StatementSink {
     // A flight's own columns, then each of its priced lines.
     virtual void flight_line(const flight * /*f*/, int32_t /*minutes*/) {}
     virtual void tow_line(const flight * /*f*/, int32_t /*cents*/) {}
-    virtual void charge(const char * /*label*/, int32_t /*cents*/) {}
+    virtual void charge_line(const char * /*label*/, int32_t /*cents*/) {}
     virtual void flight_end() {}
     virtual void fuel(const gas * /*g*/) {}
     virtual void misc_line(const misc * /*m*/) {}
@@ -51,7 +51,7 @@ class StatementPrinter : public StatementSink {
     void section(StatementSection s) override;
     void flight_line(const flight *f, int32_t minutes) override;
     void tow_line(const flight *f, int32_t cents) override;
-    void charge(const char *label, int32_t cents) override;
+    void charge_line(const char *label, int32_t cents) override;
     void flight_end() override;
     void fuel(const gas *g) override;
     void misc_line(const misc *m) override;

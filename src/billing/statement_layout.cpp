@@ -185,10 +185,10 @@ void StatementPrinter::tow_line(const flight *f, int32_t cents) {
         o_lstring("by", 0, true);
         o_rstring(f->towplane->tugname, col::tug, true);
     }
-    charge("Tow:", cents);
+    charge_line("Tow:", cents);
 }
 
-void StatementPrinter::charge(const char *text, int32_t cents) {
+void StatementPrinter::charge_line(const char *text, int32_t cents) {
     o_rstring(text, col::charge_label, true);
     o_rmoney(cents, col::amount, true);
     o_newline(0);
