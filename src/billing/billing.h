@@ -42,6 +42,9 @@ void billing_reset();
 
 // ---- Charge accumulation ------------------------------------------------------
 
+// A customer's charges over the period from `start` to `end` (either may be
+// null), printed as a statement between `heading` and `trailer` when
+// `print`; the computation itself is bill_customer (billing/statement.h).
 void charge_account(customer *c, charges *total, const char *start, const char *end,
                     const char *heading, const char *trailer, bool accumulate, bool print,
                     bool finance);
