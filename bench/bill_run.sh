@@ -4,7 +4,9 @@
 # and C=20,000/F=1,000,000 (fuel, misc and payments each F/5), each with
 # the median wall time (min-max) and peak memory of SAMPLES runs, taken in
 # turn with the awk floor: one pass over the same history files summing
-# each account's amounts.
+# each account's amounts. A second output of the same bills, ACCOUNT-BALANCES
+# right after BILLS (the bills kept), is timed as the difference between
+# that session and BILLS alone.
 #
 #   bench/bill_run.sh BUILD [SMALL_C SMALL_F LARGE_C LARGE_F]
 #
@@ -25,6 +27,13 @@ bills() {
     }
 }
 
+# BILLS, then ACCOUNT-BALANCES keeping the bills just made.
+bills_balances() {
+    printf 'BILLS\n\n\nWRITE\nBAL.LIS\nACCOUNT-BALANCES\nNO\nNO\nALL\nEXIT\n' >"$dir/input2"
+    timed "$club" "$dir/input2"
+    grep -q '^Expected Net accounts receivable:' "$club/BAL.LIS"
+}
+
 awk_floor() {
     cd "$club"
     wall awk -F'\t' '
@@ -41,11 +50,14 @@ bill() {
     "$build/bench/bench_gen_club" "$club" "$1" "$2" >/dev/null
     complete_club "$club"
     printf 'BILLS\n\n\nEXIT\n' >"$dir/input"
-    sample "c$1" bills awk_floor
+    sample "c$1" bills bills_balances awk_floor
     set -- "$1" "$2" "$(median_of "c$1" bills)" "$(median_of "c$1" awk_floor)"
     printf 'C=%-6d F=%-8d bill run %s  peak %d MiB  awk floor %s  ratio %s\n' "$1" "$2" \
         "$(figure "c$1" bills)" "$(peak_of "c$1" bills)" "$(figure "c$1" awk_floor)" \
         "$(ratio "${3%% *}" "${4%% *}")"
+    second=$(median_of "c$1" bills_balances | awk -v b="${3%% *}" '{ printf "%.3f", $1 - b }')
+    printf '  ACCOUNT-BALANCES after BILLS: %s s more, %s x the awk floor\n' "$second" \
+        "$(ratio "$second" "${4%% *}")"
     echo "${3%% *}" >"$dir/wall$1"
     rm -rf "$club"
 }

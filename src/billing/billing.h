@@ -42,6 +42,9 @@ void billing_reset();
 
 // ---- Charge accumulation ------------------------------------------------------
 
+// A customer's charges over the period from `start` to `end` (either may be
+// null), printed as a statement between `heading` and `trailer` when
+// `print`; the computation itself is bill_customer (billing/statement.h).
 void charge_account(customer *c, charges *total, const char *start, const char *end,
                     const char *heading, const char *trailer, bool accumulate, bool print,
                     bool finance);
@@ -56,11 +59,6 @@ struct DateRange {
     }
 };
 DateRange date_range(const char *start, const char *end);
-void charge_flight(flight *f, charges *ch, bool accumulate, bool print);
-void charge_gas(gas *g, charges *ch, customer *c, bool print);
-void charge_misc(misc *m, charges *ch, bool print);
-void charge_payment(payment *p, charges *ch, bool print);
-void charge_finCharges(customer *c, charges *ch, bool print);
 // Sales tax of `amount` at the named rate, added to the record when not 0.
 // Flights say when a tax rate is missing; fuel and misc taxes are optional.
 void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount,

@@ -35,6 +35,18 @@ struct ScratchTotal {
     ScratchTotal &operator=(const ScratchTotal &) = delete;
 };
 
+// The period's totals by kind of account, from each customer's computed
+// charges; nothing is printed while they are gathered.
+struct AccountTotals {
+    ScratchTotal credit, cash, grand;
+    AccountTotals() {
+        for (const customer *c = db.cust_list; c != nullptr; c = c->next)
+            add_charges(c->cash ? &cash.record : &credit.record, c->charges);
+        add_charges(&grand.record, &credit.record);
+        add_charges(&grand.record, &cash.record);
+    }
+};
+
 } // namespace
 
 void w_charges(const char *start, const char *end) {
@@ -46,16 +58,12 @@ void w_charges(const char *start, const char *end) {
         if (!total->is_aircraft)
             print_total(start, end, " for category ", total);
 
-    ScratchTotal credit, cash, grand;
-    for (const customer *c = db.cust_list; c != nullptr; c = c->next)
-        add_charges(c->cash ? &cash.record : &credit.record, c->charges);
-    print_account_total("Totals for CREDIT accounts", &credit.record);
+    AccountTotals totals;
+    print_account_total("Totals for CREDIT accounts", &totals.credit.record);
     o_newline(0);
     o_newline(0);
-    print_account_total("Totals for CASH accounts", &cash.record);
+    print_account_total("Totals for CASH accounts", &totals.cash.record);
     o_newline(0);
     o_newline(0);
-    add_charges(&grand.record, &credit.record);
-    add_charges(&grand.record, &cash.record);
-    print_account_total("Grand totals", &grand.record);
+    print_account_total("Grand totals", &totals.grand.record);
 }
