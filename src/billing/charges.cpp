@@ -204,7 +204,11 @@ void charge_account(customer *c, charges *total, const char *start, const char *
     if (print)
         o_newline(0);
 
-    if (print && c->payments != nullptr) {
+    // A customer whose only payment is the mark of an exported finance
+    // charge has no payment to list.
+    bool marked_only =
+        c->payments != nullptr && c->payments->next == nullptr && finance_mark(c->payments);
+    if (print && c->payments != nullptr && !marked_only) {
         if (c->misc != nullptr)
             o_newline(0);
         o_rstring("Date", 7, true);
@@ -212,12 +216,18 @@ void charge_account(customer *c, charges *total, const char *start, const char *
         o_lstring("Note", 22, true);
         o_newline(0);
     }
-    for (payment *p = c->payments; p != nullptr; p = p->next)
-        if (range.contains(p->date))
+    bool finance_exported = false;
+    for (payment *p = c->payments; p != nullptr; p = p->next) {
+        if (finance_mark(p))
+            finance_exported = true;
+        else if (range.contains(p->date))
             charge_payment(p, ch, print);
+    }
 
     ch->prev_balance = c->balance;
-    if (finance)
+    // The period's finance charge, once exported, is charged again only
+    // with the exported records.
+    if (finance && (!finance_exported || db.payments_quicken))
         charge_finCharges(c, ch, print);
     if (print) {
         o_newline(0);
