@@ -282,14 +282,20 @@ void bill_customer(customer *c, charges *total, const DateRange &range, bool fin
     }
     charge_all_misc(c, ch, range, sink);
     sink.section(StatementSection::payments);
-    for (payment *p = c->payments; p != nullptr; p = p->next)
-        if (range.contains(p->date)) {
+    bool finance_exported = false;
+    for (payment *p = c->payments; p != nullptr; p = p->next) {
+        if (finance_mark(p)) {
+            finance_exported = true;
+        } else if (range.contains(p->date)) {
             sink.payment_line(p);
             add(ch->payments, p->amount);
             ch->payment_count++;
         }
+    }
     ch->prev_balance = c->balance;
-    if (finance)
+    // The period's finance charge, once exported, is charged again only
+    // with the exported records.
+    if (finance && (!finance_exported || db.payments_quicken))
         charge_finance(c, ch, sink);
     add_charges(total, ch);
     sink.end(ch);

@@ -155,7 +155,10 @@ void StatementPrinter::section(StatementSection s) {
         o_newline(0);
         return;
     case StatementSection::payments:
-        if (c_->payments == nullptr)
+        // A customer whose only payment is the mark of an exported finance
+        // charge has no payment to list.
+        if (c_->payments == nullptr ||
+            (c_->payments->next == nullptr && finance_mark(c_->payments)))
             return;
         if (c_->misc != nullptr)
             o_newline(0);

@@ -81,9 +81,12 @@ void w_balance() {
     o_rmoney(c->balance, 50, true);
     o_newline(0);
     int64_t paid = 0;
-    for (const payment *p = c->payments; p != nullptr; p = p->next)
+    bool any = false; // the mark of an exported finance charge is no payment
+    for (const payment *p = c->payments; p != nullptr; p = p->next) {
         paid += p->amount;
-    if (c->payments != nullptr) {
+        any = any || !finance_mark(p);
+    }
+    if (any) {
         o_lstring("Payments made this billing cycle:", 0, true);
         o_rmoney(static_cast<int32_t>(paid), 50, true);
         o_newline(0);

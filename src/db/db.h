@@ -232,6 +232,8 @@ struct DbState {
     char leftovers_removed = 0;
     // The "QU" file is being read: its records were exported already.
     char reading_exported = 0;
+    // Only the finance marks of the "QU" file are wanted.
+    char reading_marks_only = 0;
     std::vector<FileReadNote> read_notes;
     char month_ended = 0;
 
@@ -419,6 +421,10 @@ void do_r_balances();
 bool do_w_balances(FileTransaction *t = nullptr);
 void readPaymentsFile(const char *file);
 void do_r_payments(bool quicken);
+// An exported finance charge is kept as a payment of nothing with this
+// note in the payments' "QU" file, until the period ends.
+inline constexpr const char *FINANCE_EXPORTED_NOTE = "Finance charge exported";
+bool finance_mark(const payment *p);
 void readFlights(const char *file);
 void readGas(const char *file);
 void do_r_flights(bool quicken);

@@ -200,13 +200,20 @@ bool do_w_balances(FileTransaction *t) {
 // ---- Payments history -------------------------------------------------------
 
 void readPaymentsFile(const char *name) {
+    // Looking only for the marks of exported finance charges is silent: no
+    // record of the file is loaded.
+    bool marks_only = db.reading_marks_only != 0;
     FILE *file = fopen(name, "r");
     if (!file) {
-        note_file_read(name, errno != ENOENT, 0);
-        printf("? Unable to read payments file \"%s\"\n", name);
+        bool missing = errno == ENOENT;
+        if (!marks_only)
+            note_file_read(name, !missing, 0);
+        if (!marks_only || !missing)
+            printf("? Unable to read payments file \"%s\"\n", name);
         return;
     }
-    printf("Reading payments history file: \"%s\"\n", name);
+    if (!marks_only)
+        printf("Reading payments history file: \"%s\"\n", name);
     dbfile::DateCache dates; // one conversion per distinct date, not per line
 
     // A file without any "$" line is an old version 1 file whose payment
@@ -252,6 +259,8 @@ void readPaymentsFile(const char *name) {
             continue;
         }
         strip_line_end(line);
+        if (marks_only && strstr(line, FINANCE_EXPORTED_NOTE) == nullptr)
+            continue;
 
         bool date_ok = false;
         date_t date = dates.convert(tab_field(line, 1).c_str(), date_ok);
@@ -294,6 +303,8 @@ void readPaymentsFile(const char *name) {
             printf("? Can not find payment check number on line %d:\n\t%s", line_number, line);
             check = 0;
         }
+        if (marks_only && (amount != 0 || note != FINANCE_EXPORTED_NOTE))
+            continue;
 
         auto *p = static_cast<payment *>(errmalloc_batch(sizeof(payment)));
         p->next = nullptr;
@@ -308,7 +319,13 @@ void readPaymentsFile(const char *name) {
     add_payments(read);
     bool read_error = ferror(file) != 0;
     read_error = fclose(file) != 0 || read_error;
-    note_file_read(name, read_error, bad_lines);
+    if (!marks_only)
+        note_file_read(name, read_error, bad_lines);
+}
+
+bool finance_mark(const payment *p) {
+    return p->amount == 0 && p->exported && p->note != nullptr &&
+           strcmp(p->note, FINANCE_EXPORTED_NOTE) == 0;
 }
 
 void do_r_payments(bool quicken) {
@@ -317,11 +334,13 @@ void do_r_payments(bool quicken) {
     finish_pending_rewrite();
     db.payments_quicken = static_cast<char>(quicken);
     free_all_payments();
-    if (quicken) {
-        db.reading_exported = 1;
-        readPaymentsFile(db.payhistqufile);
-        db.reading_exported = 0;
-    }
+    // Without the exported records, the marks of the finance charges
+    // already exported still come in, so that none is charged twice.
+    db.reading_exported = 1;
+    db.reading_marks_only = !quicken;
+    readPaymentsFile(db.payhistqufile);
+    db.reading_marks_only = 0;
+    db.reading_exported = 0;
     readPaymentsFile(db.payhistfile);
     db.payments_read = 1;
 }

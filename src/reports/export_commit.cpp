@@ -7,6 +7,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unordered_set>
+#include <vector>
 
 #include "conio/iosubs.h"
 #include "reports/reports.h"
@@ -43,6 +44,30 @@ bool stage_family(FileTransaction &t, HistoryKind kind, const char *history, con
            });
 }
 
+bool has_finance_mark(const customer *c) {
+    for (const payment *p = c->payments; p != nullptr; p = p->next)
+        if (finance_mark(p))
+            return true;
+    return false;
+}
+
+// Each finance charge the export holds is marked in the payments' "QU"
+// file (it moves there with the customer's payments), so that a later
+// export of the same period does not invoice it again.
+std::vector<payment *> mark_finance_charges() {
+    std::vector<payment *> marks;
+    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+        if (!taken.count(c) || c->charges == nullptr || c->charges->financeCharges == 0 ||
+            has_finance_mark(c))
+            continue;
+        auto *p = static_cast<payment *>(errmalloc(sizeof(payment)));
+        *p = payment{nullptr, db.curDate, c, 0, 0, alloc_str(FINANCE_EXPORTED_NOTE), 0};
+        add_payment(p, c);
+        marks.push_back(p);
+    }
+    return marks;
+}
+
 } // namespace
 
 void export_take(const customer *c) {
@@ -72,6 +97,7 @@ bool export_commit() {
                name);
         return false;
     }
+    std::vector<payment *> marks = mark_finance_charges();
     bool staged = written && stage_family(t, HistoryKind::GAS, db.gashistfile, db.gashistqufile) &&
                   stage_family(t, HistoryKind::PAYMENTS, db.payhistfile, db.payhistqufile) &&
                   stage_family(t, HistoryKind::FLIGHTS, db.daysheetfile, db.daysheetqufile);
@@ -79,8 +105,11 @@ bool export_commit() {
         if (t.decided()) {
             printf("? The export is not finished; it will be before the files are next read.\n");
         } else {
+            int cause = errno;
+            for (payment *p : marks)
+                free_payment(p);
             printf("? The export could not be written (%s); no record was moved.\n",
-                   strerror(errno));
+                   strerror(cause));
             return false;
         }
     }

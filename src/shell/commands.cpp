@@ -52,10 +52,13 @@ const command commands[] = {
     {nullptr, nullptr, 0, 0},
 };
 
-// A run that found the club folder held by another may look, not change.
+// A run that found the club folder held by another may look, not change:
+// ENTER and IMPORT keep the sheet being typed in the folder's temporary
+// files, which the run holding the folder uses too.
 static bool refused_read_only(void (*action)(), const char *name) {
-    if (!club_read_only() || (action != do_save && action != do_emonth && action != do_remove &&
-                              action != do_write_database))
+    if (!club_read_only() ||
+        (action != do_save && action != do_emonth && action != do_remove &&
+         action != do_write_database && action != do_enter && action != do_import))
         return false;
     printf("? The club is open read-only: %s is not available.\n", name);
     return true;

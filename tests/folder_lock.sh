@@ -1,0 +1,34 @@
+#!/bin/sh
+# A second run on a club folder another run holds (the lock held here by
+# flock, with the holder's note in the lock file): it names the holder and
+# offers the club read-only, where nothing that writes the club's files is
+# allowed and the files stay as they were; answered NO, it leaves at once.
+#
+#   tests/folder_lock.sh VARNOK DEMO_DIR
+set -e
+varnok=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
+dir=$(mktemp -d)
+trap 'rc=$?; [ $rc -eq 0 ] || cat "$dir/club/console" >&2; rm -rf "$dir"' EXIT
+mkdir "$dir/club"
+cp -R "$2/." "$dir/club"
+cd "$dir/club"
+echo 'process 4242 on clubhouse by treasurer' >VNKLOCK.LCK
+cp -R . ../before
+fail() { echo "$1" >&2; exit 1; }
+printf 'YES\nSAVE\nENTER\nIMPORT FLIGHTS.CSV\nREMOVE\nEND-MONTH\nEXIT\n' >../input
+flock VNKLOCK.LCK sh -c "TZ=UTC faketime '2005-06-07 12:00:00' '$varnok' <../input >console 2>&1"
+for line in '? The club folder is in use by process 4242 on clubhouse by treasurer.' \
+            '? The club is open read-only: SAVE is not available.' \
+            '? The club is open read-only: ENTER is not available.' \
+            '? The club is open read-only: IMPORT is not available.' \
+            '? The club is open read-only: REMOVE is not available.' \
+            '? The club is open read-only: END-MONTH is not available.'; do
+    grep -qF "$line" console || fail "the read-only run did not print: $line"
+done
+grep -q 'Open the club read-only' console || fail "no read-only offer"
+rm console
+diff -r ../before . || fail "the read-only run changed the club's files"
+printf 'NO\nSAVE\n' >../input
+flock VNKLOCK.LCK sh -c "'$varnok' <../input >console 2>&1" || fail "leaving is not a failure"
+[ "$(tail -1 console)" = "Open the club read-only [NO]: Leaving the club to the run that holds it." ] || fail "NO did not leave"
+! grep -q 'Date set to' console || fail "NO went on into the club"
