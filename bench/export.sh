@@ -43,11 +43,6 @@ awk_floor() {
         "$dir/club/VNKGAS.HIS" "$dir/club/VNKPMNT.HIS"
 }
 
-show() {
-    printf '  %-17s %s, peak %4d MiB, %5s x the awk floor\n' "$1" "$(figure "$name" "$2")" \
-        "$(peak_of "$name" "$2")" "$(ratio "$(median_of "$name" "$2" | cut -d' ' -f1)" "$floor")"
-}
-
 club() {
     name=c$1
     "$build/bench/bench_gen_club" "$dir/club" "$1" "$2" >/dev/null
@@ -55,8 +50,8 @@ club() {
     sample "$name" quickbooks balances awk_floor
     floor=$(median_of "$name" awk_floor | cut -d' ' -f1)
     echo "club: $1 customers, $2 flights ($(cat "$dir/invoices") invoices); awk floor $(figure "$name" awk_floor)"
-    show QUICKBOOKS: quickbooks
-    show ACCOUNT-BALANCES: balances
+    show_beside_floor 17 QUICKBOOKS: quickbooks
+    show_beside_floor 17 ACCOUNT-BALANCES: balances
     echo "$(median_of "$name" quickbooks | cut -d' ' -f1) $(median_of "$name" balances | cut -d' ' -f1)" >"$dir/walls$1"
     rm -rf "$dir/club" "$dir/run"
 }

@@ -36,6 +36,13 @@ figure() {
     median_of "$1" "$2" | awk '{ printf "%.3f s (%.3f-%.3f)", $1, $2, $3 }'
 }
 
+# show_beside_floor WIDTH LABEL FUNCTION: one line of a FUNCTION sampled
+# under $name, beside the median $floor.
+show_beside_floor() {
+    printf "  %-${1}s %s, peak %4d MiB, %5s x the awk floor\n" "$2" "$(figure "$name" "$3")" \
+        "$(peak_of "$name" "$3")" "$(ratio "$(median_of "$name" "$3" | cut -d' ' -f1)" "$floor")"
+}
+
 # ratio A B: A / B to two decimals.
 ratio() { echo "$1 $2" | awk '{ printf "%.2f", $1 / $2 }'; }
 

@@ -43,11 +43,6 @@ awk_floor() {
         "$dir/club/VNKCUST.DAT" "$dir/club/VNKFLGHT.HIS"
 }
 
-show() {
-    printf '  %-10s %s, peak %4d MiB, %5s x the awk floor\n' "$1" "$(figure "$name" "$2")" \
-        "$(peak_of "$name" "$2")" "$(ratio "$(median_of "$name" "$2" | cut -d' ' -f1)" "$floor")"
-}
-
 club() {
     name=c$1
     "$build/bench/bench_gen_club" "$dir/club" "$1" "$2" >/dev/null
@@ -57,8 +52,8 @@ club() {
     sample "$name" times_run emonth_run awk_floor
     floor=$(median_of "$name" awk_floor | cut -d' ' -f1)
     echo "club: $1 customers, $2 flights; awk floor $(figure "$name" awk_floor)"
-    show TIMES: times_run
-    show END-MONTH: emonth_run
+    show_beside_floor 10 TIMES: times_run
+    show_beside_floor 10 END-MONTH: emonth_run
     echo "$(median_of "$name" times_run | cut -d' ' -f1) $(median_of "$name" emonth_run | cut -d' ' -f1)" >"$dir/walls$1"
     rm -rf "$dir/club" "$dir/run"
 }
