@@ -162,3 +162,28 @@ template <typename Work> int exit_status_of(Work work) {
     waitpid(pid, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
+
+// Ends the process at each of `steps` file steps of `work`, then fails each
+// step instead, every time on a club laid out afresh; after each comes the
+// next start (`restart`) and `check(fault)`, under a trace naming the step.
+// The counts are kept as the test's properties.
+template <typename LayOut, typename Work, typename Restart, typename Check>
+void sweep_file_steps(long steps, LayOut lay_out, Work work, Restart restart, Check check) {
+    int killed = 0, failed = 0;
+    for (FileFault fault : {FileFault::EXIT, FileFault::FAIL})
+        for (long step = 1; step <= steps; step++) {
+            lay_out();
+            int status = exit_status_of([&] {
+                file_fault_at(step, fault);
+                work();
+            });
+            ASSERT_EQ(status, fault == FileFault::EXIT ? kFileFaultExitStatus : 0) << step;
+            (fault == FileFault::EXIT ? killed : failed)++;
+            restart();
+            SCOPED_TRACE((fault == FileFault::EXIT ? "killed at step " : "failed step ") +
+                         std::to_string(step));
+            check(fault);
+        }
+    ::testing::Test::RecordProperty("kill_points", killed);
+    ::testing::Test::RecordProperty("failed_steps", failed);
+}

@@ -99,31 +99,23 @@ TEST_F(EndMonthSafety, AKillOrAFailureAtAnyFileStepEndsAsBeforeOrAsAWholeClosing
     }
     ASSERT_GT(steps, 30);
 
-    int killed = 0, failed = 0, finished_at_start = 0;
-    for (FileFault fault : {FileFault::EXIT, FileFault::FAIL})
-        for (long step = 1; step <= steps; step++) {
-            lay_out_period();
-            int status = exit_status_of([&] {
-                file_fault_at(step, fault);
-                end_month();
-            });
-            ASSERT_EQ(status, fault == FileFault::EXIT ? kFileFaultExitStatus : 0) << step;
-            (fault == FileFault::EXIT ? killed : failed)++;
+    int finished_at_start = 0;
+    sweep_file_steps(
+        steps, [this] { lay_out_period(); }, end_month,
+        [&] {
             // The next start, before it reads anything.
             db_reset();
             db_init();
             finished_at_start += has(output_of(finish_pending_rewrite), "Finished the interrupted");
-            std::map<std::string, std::string> now = club_files();
-            SCOPED_TRACE((fault == FileFault::EXIT ? "killed at step " : "failed step ") +
-                         std::to_string(step));
+        },
+        [&](FileFault) {
             // No intent or temporary is left, and every record is once in
             // the live files, or in the period copy and the ".OLD" files
             // with the balances of an uninterrupted closing.
+            std::map<std::string, std::string> now = club_files();
             EXPECT_TRUE(now == closed || now == before);
-        }
+        });
     EXPECT_GT(finished_at_start, 0);
-    RecordProperty("kill_points", killed);
-    RecordProperty("failed_steps", failed);
 }
 
 TEST_F(EndMonthSafety, AFullDiskStopsBeforeAnyFileChanges) {

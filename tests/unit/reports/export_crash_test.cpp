@@ -44,26 +44,17 @@ TEST_F(ExportCrashTest, EveryKillPointAndFailedStepExportsAllOrNothing) {
     ASSERT_FALSE(has(after.at("VNKFLGHT.HIS"), "SMITH,JOHN"));
     ASSERT_GT(steps, 10);
 
-    int killed = 0, failed = 0;
-    for (FileFault fault : {FileFault::EXIT, FileFault::FAIL})
-        for (long step = 1; step <= steps; step++) {
-            lay_out_two_member_period("LEE,AL\tN9\tAL");
-            int status = exit_status_of([&] {
-                file_fault_at(step, fault);
-                export_to_file();
-            });
-            ASSERT_EQ(status, fault == FileFault::EXIT ? kFileFaultExitStatus : 0) << step;
-            (fault == FileFault::EXIT ? killed : failed)++;
+    sweep_file_steps(
+        steps, [] { lay_out_two_member_period("LEE,AL\tN9\tAL"); }, export_to_file,
+        [] {
             db_reset();
             db_init();
             output_of(finish_pending_rewrite);
-            SCOPED_TRACE((fault == FileFault::EXIT ? "killed at step " : "failed step ") +
-                         std::to_string(step));
+        },
+        [&](FileFault) {
             const auto now = club_files();
             EXPECT_TRUE(now == before || now == after);
-        }
-    RecordProperty("kill_points", killed);
-    RecordProperty("failed_steps", failed);
+        });
 }
 
 } // namespace
