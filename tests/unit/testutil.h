@@ -93,6 +93,17 @@ inline std::string take(char *text) {
     return s;
 }
 
+// One customer in the customer file's form: "LAST\tFIRST", the billing
+// line, no phones, info, contest number, spouse or flags, then the e-mail
+// and address lines given.
+inline std::string customer_record(const std::string &name,
+                                   const std::string &kind = "CREDIT\tDEFAULT",
+                                   const std::string &email = "-No eMail",
+                                   const std::string &address = "1 Main St") {
+    return name + "\n" + kind + "\n-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n" +
+           email + "\n" + address + "\n\n";
+}
+
 inline bool has(const std::string &text, const std::string &part) {
     return text.find(part) != std::string::npos;
 }

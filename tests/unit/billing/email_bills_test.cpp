@@ -53,8 +53,7 @@ class EmailBillRun : public DbTest {
         port_ = relay_->start("starttls", "PLAIN");
         std::string customers = "$VERSION 6\n", balances = "$VERSION 1\n";
         for (const auto &m : kMembers) {
-            customers += std::string(m[0]) + "\nCREDIT\tDEFAULT\n-No Phones\n-No Info\n-No #\n" +
-                         "-No spouse name\n-No Flags\n" + m[1] + "\n1 Main St\n\n";
+            customers += customer_record(m[0], "CREDIT\tDEFAULT", m[1]);
             balances += std::string(m[0]) + "\t1000\n";
         }
         write_file("VNKCUST.DAT", customers);

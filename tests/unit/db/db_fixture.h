@@ -35,10 +35,8 @@ class DbTest : public TempDirTest {
         write_file("VNKABBRV.DAT", "$VERSION 1\n");
         write_file("VNKBAL.DAT", "$VERSION 1\n" + balances);
         write_file("VNKPRICE.DAT", "$VERSION 2\n\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n");
-        const std::string record = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
-                                   "-No eMail\n1 Main St\n\n";
-        write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record +
-                                      "SMITH\tJOHN\nCREDIT\tFULL\n" + record);
+        write_file("VNKCUST.DAT", "$VERSION 6\n" + customer_record("LEE\tAL") +
+                                      customer_record("SMITH\tJOHN", "CREDIT\tFULL"));
     }
 
     // Smith's misc charge already exported and his fuel sale of the period.

@@ -18,9 +18,7 @@ class OutOfRangeTest : public DbTest {
     void SetUp() override {
         DbTest::SetUp();
         write_file("VNKABBRV.DAT", "$VERSION 1\n");
-        const std::string record = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
-                                   "-No eMail\n1 Main St\n\n";
-        write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record);
+        write_file("VNKCUST.DAT", "$VERSION 6\n" + customer_record("LEE\tAL"));
     }
     static customer *lee() { return fc_cust("LEE", "AL", false); }
 

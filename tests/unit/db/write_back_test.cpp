@@ -15,11 +15,9 @@ class WriteBackTest : public DbTest {
         DbTest::SetUp();
         write_file("VNKPRICE.DAT", "$VERSION 2\n\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n");
         write_file("VNKABBRV.DAT", "$VERSION 1\njd\tdoe\nJD\tSMITH JOHN\n! old entry\n");
-        const std::string record = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
-                                   "-No eMail\n1 Main St\n\n";
-        write_file("VNKCUST.DAT", "$VERSION 6\nLEE\tAL\nCREDIT\tDEFAULT\n" + record +
-                                      "SMITH\tJOHN\nCREDIT\tFULL\n" + record +
-                                      "WALKER\tW\nCASH\tCASH\n" + record);
+        write_file("VNKCUST.DAT", "$VERSION 6\n" + customer_record("LEE\tAL") +
+                                      customer_record("SMITH\tJOHN", "CREDIT\tFULL") +
+                                      customer_record("WALKER\tW", "CASH\tCASH"));
         write_file("VNKBAL.DAT", "$VERSION 1\nLEE\tAL\t-1200\nWALKER\tW\t900\n");
         const std::string flight =
             "$VERSION 2\n6-2-2005\t1\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t11:00\t11:20\n";

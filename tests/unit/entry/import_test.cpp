@@ -25,11 +25,9 @@ class ImportTest : public DbTest {
                                    "$PRICE\tDISCUS\t2\n\tDEFAULT\t48.000\n"
                                    "$PRICE\tDEFAULT-TOWHEIGHT\t0\n\tDEFAULT\t2.000\n"
                                    "$TUG\tPAWNEE\n$TUG\tHUSKY\n");
-        const std::string rest = "-No Phones\n-No Info\n-No #\n-No spouse name\n-No Flags\n"
-                                 "-No eMail\n1 Main St\n\n";
-        write_file("VNKCUST.DAT", "$VERSION 6\nCASH\t\nCASH\tCASH\n" + rest +
-                                      "LEE\tAL\nCREDIT\tDEFAULT\n" + rest +
-                                      "SMITH\tJOHN\nCREDIT\tFULL\n" + rest);
+        write_file("VNKCUST.DAT", "$VERSION 6\n" + customer_record("CASH\t", "CASH\tCASH") +
+                                      customer_record("LEE\tAL") +
+                                      customer_record("SMITH\tJOHN", "CREDIT\tFULL"));
         write_file("VNKABBRV.DAT", "$VERSION 1\nJS\tSMITH JOHN\n");
         write_file("VNKBAL.DAT", "$VERSION 1\n");
         write_file("VNKFLGHT.HIS", kStored);

@@ -22,8 +22,7 @@ class RemoveListsTest : public DbTest {
         write_file("VNKABBRV.DAT", "$VERSION 1\nAB\tADAMS A\nCD\tCOOK C\nEF\tDUNN D\n");
         std::string club = "$VERSION 6\n";
         for (const char *name : {"ADAMS\tA", "BAKER\tB", "COOK\tC", "DUNN\tD"})
-            club += std::string(name) + "\nCREDIT\tDEFAULT\n-No Phones\n-No Info\n-No #\n"
-                                        "-No spouse name\n-No Flags\n-No eMail\n-No Address\n\n";
+            club += customer_record(name, "CREDIT\tDEFAULT", "-No eMail", "-No Address");
         write_file("VNKCUST.DAT", club);
     }
 

@@ -12,8 +12,8 @@ TEST_F(ReportsTest, SendByEmailWithAnUnwritableCaptureSendsNothingWrong) {
     const char *const members[] = {"ann", "bob"};
     std::string customers = "$VERSION 6\n";
     for (const char *name : members)
-        customers += std::string("MEMBER\t") + name + "\nCREDIT\tDEFAULT\n-No Phones\n-No Info\n" +
-                     "-No #\n-No spouse name\n-No Flags\n" + name + "@example.org\n1 Main St\n\n";
+        customers += customer_record(std::string("MEMBER\t") + name, "CREDIT\tDEFAULT",
+                                     std::string(name) + "@example.org");
     write_file("VNKCUST.DAT", customers);
     write_file("NEWS.TXT", "The field opens Saturday.\n");
     int messages = 0;
