@@ -27,7 +27,7 @@ double seconds_since(Clock::time_point start) {
 
 long count_records() {
     long n = 0;
-    for (const customer *c = db.cust_list; c; c = c->next) {
+    for (const customer *c : db.cust_list) {
         for (const flight *f = c->flights; f; f = f->next)
             n++;
         for (const gas *g = c->gas; g; g = g->next)
@@ -79,7 +79,7 @@ int main(int argc, char **argv) {
     struct rusage usage;
     getrusage(RUSAGE_SELF, &usage);
     long customers = 0;
-    for (const customer *c = db.cust_list; c; c = c->next)
+    for (const customer *c : db.cust_list)
         customers++;
     long records = count_records();
 

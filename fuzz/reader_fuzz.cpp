@@ -34,7 +34,7 @@ void write_history(const char *name, const char *heading, T *customer::*list,
     FILE *previous = set_o_file(sf.fp);
     set_tabs_allowed(false);
     fputs(heading, sf.fp);
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (customer *c : db.cust_list)
         for (T *rec = c->*list; rec != nullptr; rec = rec->next) {
             print(rec, 0, false, true);
             o_newline(0);
@@ -52,13 +52,13 @@ void write_gas_file() {
     FILE *previous = set_o_file(sf.fp);
     set_tabs_allowed(false);
     fputs("$VERSION 2\n$MISC\n", sf.fp);
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (customer *c : db.cust_list)
         for (misc *m = c->misc; m != nullptr; m = m->next) {
             o_misc_struct(m, 0, false, true);
             o_newline(0);
         }
     fputs("$GAS\n", sf.fp);
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (customer *c : db.cust_list)
         for (gas *g = c->gas; g != nullptr; g = g->next) {
             o_gas_struct(g, 0, false, true);
             o_newline(0);

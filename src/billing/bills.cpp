@@ -97,7 +97,7 @@ bool do_bills(int mode, bool by_email) {
 
     BillCounts counts;
     FILE *file = open_o_file(db.statementfile, "statements");
-    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+    for (customer *c : db.cust_list) {
         if (!force_bill_always(c) && !any_charges(c))
             continue;
         bill_customer(c, heading, trailer, finance, by_email, counts);

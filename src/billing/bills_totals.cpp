@@ -40,7 +40,7 @@ struct ScratchTotal {
 struct AccountTotals {
     ScratchTotal credit, cash, grand;
     AccountTotals() {
-        for (const customer *c = db.cust_list; c != nullptr; c = c->next)
+        for (const customer *c : db.cust_list)
             add_charges(c->cash ? &cash.record : &credit.record, c->charges);
         add_charges(&grand.record, &credit.record);
         add_charges(&grand.record, &cash.record);

@@ -124,7 +124,7 @@ void clear_charge(charges *ch) {
 }
 
 void clear_all_charges() {
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (customer *c : db.cust_list)
         clear_charge(c->charges);
     for (charges *ch = billing.all_charges; ch != nullptr; ch = ch->next)
         clear_charge(ch);

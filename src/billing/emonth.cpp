@@ -53,13 +53,13 @@ bool roll_balances(std::vector<std::pair<customer *, int32_t>> &before) {
     // The bill run has loaded them; without it, never write a balances file
     // from balances that were not read.
     // Reading the customers reads the balances too.
-    if (db.cust_list == nullptr)
+    if (db.cust_list.empty())
         maybe_read();
     else if (!db.balances_read)
         do_r_balances();
     if (!period_fully_read())
         return false;
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (customer *c : db.cust_list)
         if (c->charges != nullptr) {
             before.emplace_back(c, c->balance);
             c->balance = getCurrentBalance(c);

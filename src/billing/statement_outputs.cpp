@@ -107,7 +107,7 @@ void w_flts() {
     do_r_flights(true);
     long wanted = get_number("Number of flights to type", 10);
     long printed = 0;
-    for (const customer *c = db.cust_list; c != nullptr && printed < wanted; c = c->next)
+    for (const customer *c = db.cust_list.head(); c != nullptr && printed < wanted; c = c->next)
         for (const flight *f = c->flights; f != nullptr && printed < wanted; f = f->next) {
             w_flight(f);
             printed++;

@@ -41,7 +41,7 @@ void add_flight_times(TimeSummaries &s, const flight *f) {
 void accumulate(TimeSummaries &s, const char *start, const char *end) {
     date_t first = start ? i_convertDateToTime(start) : 0;
     date_t last = end ? i_convertDateToTime(end) : 0;
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (customer *c : db.cust_list)
         for (flight *f = c->flights; f != nullptr; f = f->next) {
             // The next flight lies far away: fetch it while this one is added.
             __builtin_prefetch(f->next);

@@ -6,7 +6,7 @@
 #include "db/db.h"
 
 void complete_accounts(const void *, const std::string &, std::vector<std::string> &out) {
-    for (const customer *c = db.cust_list; c != nullptr; c = c->next) {
+    for (const customer *c : db.cust_list) {
         const char *first = c->firstname != nullptr ? c->firstname : "";
         const char *last = c->lastname != nullptr ? c->lastname : "";
         if (first[0] == '\0')
@@ -18,12 +18,12 @@ void complete_accounts(const void *, const std::string &, std::vector<std::strin
         else
             out.push_back(std::string(first) + " " + last);
     }
-    for (const abbrev *a = db.abbrevs; a != nullptr; a = a->next)
+    for (const abbrev *a : db.abbrevs)
         out.emplace_back(a->name);
 }
 
 void complete_items(const void *, const std::string &, std::vector<std::string> &out) {
-    for (const price *p = db.price_list; p != nullptr; p = p->next)
+    for (const price *p : db.price_list)
         out.emplace_back(p->name);
 }
 

@@ -88,9 +88,9 @@ void read_account_line(customer *c, const char *line, int line_number, int versi
 // One search instead of a look-up followed by a creation: whether the
 // customer was there already shows in the size of the index.
 customer *find_or_add(const std::string &lastname, const std::string &firstname, bool &existed) {
-    size_t before = db.cust_index.size();
+    size_t before = db.cust_list.size();
     customer *c = fc_cust(lastname.c_str(), firstname.c_str(), true);
-    existed = db.cust_index.size() == before;
+    existed = db.cust_list.size() == before;
     return c;
 }
 
@@ -454,7 +454,7 @@ bool do_w_custs() {
     }
 
     fprintf(file, "$VERSION %d\n", CURRENT_VERSION);
-    for (const customer *c = db.cust_list; c; c = c->next) {
+    for (const customer *c : db.cust_list) {
         fprintf(file, "%s\t%s\n", c->lastname, c->firstname);
 
         fprintf(file, "%s\t%s", c->cash ? "CASH" : "CREDIT", c->category);

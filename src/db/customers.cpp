@@ -1,9 +1,8 @@
 // Finding customers by name, the abbreviation list, and the two prompts
 // that ask for a name or an account.
 //
-// cust_list stays a sorted singly linked list because everything else walks
-// it in order; db.cust_index mirrors it so that a lookup or an insertion
-// costs a map search instead of a walk from the head.
+// cust_list is sorted by last and first name; the exact-name index beside
+// it answers the lookups of names typed or read in full.
 
 #include <cctype>
 #include <cstring>
@@ -18,14 +17,6 @@ void (*modify_customer_hook)(customer *c) = nullptr;
 namespace {
 
 enum { ACCOUNT_NAMES_MAX = 200 - 2 - 11 };
-
-int compare_names(const char *last_a, const char *first_a, const char *last_b,
-                  const char *first_b) {
-    int r = strcmp(last_a, last_b);
-    if (r == 0)
-        r = strcmp(first_a, first_b);
-    return r;
-}
 
 customer *new_customer(const char *lastname, const char *firstname) {
     auto *c = static_cast<customer *>(errmalloc(sizeof(customer)));
@@ -74,38 +65,10 @@ customer *fc_cust(const char *lastname, const char *firstname, bool create) {
         firstname = "";
     if (customer *exact = db.cust_exact.find(lastname, firstname))
         return exact;
-    std::pair<std::string, std::string> key(lastname, firstname);
-    customer *prev = nullptr;
-    auto hint = db.cust_index.end();
-
-    // Files are usually written in order, so most new names belong after
-    // the last customer and need no search at all.
-    if (db.last_cust &&
-        compare_names(lastname, firstname, db.last_cust->lastname, db.last_cust->firstname) > 0) {
-        if (!create)
-            return nullptr;
-        prev = db.last_cust;
-    } else {
-        hint = db.cust_index.lower_bound(key);
-        if (hint != db.cust_index.end() && hint->first == key)
-            return hint->second;
-        if (!create)
-            return nullptr;
-        if (hint != db.cust_index.begin())
-            prev = std::prev(hint)->second;
-    }
-
+    if (!create)
+        return nullptr;
     customer *c = new_customer(lastname, firstname);
-    if (prev) {
-        c->next = prev->next;
-        prev->next = c;
-    } else {
-        c->next = db.cust_list;
-        db.cust_list = c;
-    }
-    if (!c->next)
-        db.last_cust = c;
-    db.cust_index.emplace_hint(hint, std::move(key), c);
+    db.cust_list.insert({lastname, firstname}, c);
     db.cust_exact.insert(lastname, firstname, c);
     return c;
 }
@@ -125,8 +88,7 @@ customer *find_cust(const char *lastname, const char *firstname) {
     // Every customer whose last name starts with the given one sorts at or
     // after the given name with an empty first name, and nothing before that
     // point could stop the walk, so the walk may begin there.
-    auto it = db.cust_index.lower_bound({lastname, ""});
-    customer *c = it == db.cust_index.end() ? nullptr : it->second;
+    customer *c = db.cust_list.lower_bound(std::pair<std::string, std::string>(lastname, ""));
 
     customer *candidate = nullptr;
     for (; c; c = c->next) {
@@ -216,10 +178,8 @@ void normalize_name(char *text) {
 abbrev *fc_abbrev(const char *name, const char *lastname, const char *firstname, bool create) {
     if (!name || strcmp(name, "~") == 0)
         return nullptr;
-    std::string key(name);
-    auto it = db.abbrev_index.lower_bound(key);
-    if (it != db.abbrev_index.end() && it->first == key)
-        return it->second;
+    if (abbrev *known = db.abbrevs.find(std::string_view(name)))
+        return known;
     if (!create)
         return nullptr;
 
@@ -227,16 +187,7 @@ abbrev *fc_abbrev(const char *name, const char *lastname, const char *firstname,
     a->name = alloc_str(name);
     a->lastname = alloc_str(lastname);
     a->firstname = alloc_str(firstname);
-    if (it != db.abbrev_index.begin()) {
-        abbrev *prev = std::prev(it)->second;
-        a->next = prev->next;
-        prev->next = a;
-    } else {
-        a->next = db.abbrevs;
-        db.abbrevs = a;
-    }
-    db.abbrev_index.emplace_hint(it, std::move(key), a);
-    return a;
+    return db.abbrevs.insert(name, a);
 }
 
 char *get_name(const char *prompt, const char *def, bool allow_blank) {

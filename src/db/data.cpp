@@ -122,7 +122,7 @@ void free_every_list(T *customer::*head, T *customer::*tail, FreeOne free_one) {
     constexpr int kWays = 8;
     T *cursor[kWays] = {};
     int active = 0;
-    customer *c = db.cust_list;
+    customer *c = db.cust_list.head();
     while (c != nullptr || active > 0) {
         for (T *&rec : cursor) {
             if (rec == nullptr) {
@@ -505,6 +505,13 @@ void free_customer_charges(customer *c) {
 
 // ---- Customers ---------------------------------------------------------------------------
 
+bool unlink_customer(customer *c) {
+    if (!db.cust_list.remove(std::pair<std::string, std::string>(c->lastname, c->firstname), c))
+        return false;
+    db.cust_exact.erase(c->lastname, c->firstname, c);
+    return true;
+}
+
 void free_customer(customer *c) {
     if (c == nullptr)
         return;
@@ -513,13 +520,6 @@ void free_customer(customer *c) {
     free_customer_misc(c);
     free_customer_payments(c);
     free_customer_charges(c);
-
-    if (c->lastname != nullptr && c->firstname != nullptr) {
-        auto found = db.cust_index.find({c->lastname, c->firstname});
-        if (found != db.cust_index.end() && found->second == c)
-            db.cust_index.erase(found);
-        db.cust_exact.erase(c->lastname, c->firstname, c);
-    }
 
     errfree(c->lastname);
     errfree(c->firstname);
@@ -536,16 +536,13 @@ void free_customer(customer *c) {
 }
 
 void free_mcustomers() {
-    customer *c = db.cust_list;
-    db.cust_list = nullptr;
-    db.cust_index.clear();
+    customer *c = db.cust_list.release();
     db.cust_exact.clear();
     while (c != nullptr) {
         customer *next = c->next;
         free_customer(c);
         c = next;
     }
-    db.last_cust = nullptr;
     db.cust_changed = 0;
 }
 
@@ -555,14 +552,13 @@ void free_cat(category *cat) {
     errfree(cat);
 }
 
+bool unlink_price(price *p) {
+    return db.price_list.remove(std::string_view(p->name), p);
+}
+
 void free_price(price *p) {
     if (p == nullptr)
         return;
-    if (p->name != nullptr) {
-        auto found = db.price_index.find(p->name);
-        if (found != db.price_index.end() && found->second == p)
-            db.price_index.erase(found);
-    }
     errfree(p->name);
     category *cat = p->cat;
     while (cat != nullptr) {
@@ -574,9 +570,7 @@ void free_price(price *p) {
 }
 
 void free_mprices() {
-    price *p = db.price_list;
-    db.price_list = nullptr;
-    db.price_index.clear();
+    price *p = db.price_list.release();
     while (p != nullptr) {
         price *next = p->next;
         free_price(p);
@@ -587,14 +581,13 @@ void free_mprices() {
 
 // ---- Abbreviations ---------------------------------------------------------------------------
 
+bool unlink_abbrev(abbrev *a) {
+    return db.abbrevs.remove(std::string_view(a->name), a);
+}
+
 void free_abbrev(abbrev *a) {
     if (a == nullptr)
         return;
-    if (a->name != nullptr) {
-        auto found = db.abbrev_index.find(a->name);
-        if (found != db.abbrev_index.end() && found->second == a)
-            db.abbrev_index.erase(found);
-    }
     errfree(a->name);
     errfree(a->lastname);
     errfree(a->firstname);
@@ -602,9 +595,7 @@ void free_abbrev(abbrev *a) {
 }
 
 void free_mabbrevs() {
-    abbrev *a = db.abbrevs;
-    db.abbrevs = nullptr;
-    db.abbrev_index.clear();
+    abbrev *a = db.abbrevs.release();
     while (a != nullptr) {
         abbrev *next = a->next;
         free_abbrev(a);

@@ -16,6 +16,7 @@
 #include "conio/iosubs.h"
 #include "conio/transaction.h"
 #include "db/name_index.h"
+#include "db/sorted_list.h"
 
 struct customer;
 struct flight;
@@ -207,12 +208,12 @@ struct DbState {
     char bills_computed = 0;
     char times_computed = 0;
 
-    customer *cust_list = nullptr;
-    customer *last_cust = nullptr;
+    // The sorted lists, each with its index (sorted_list.h).
+    SortedList<customer, std::pair<std::string, std::string>> cust_list;
     char cust_changed = 0;
-    abbrev *abbrevs = nullptr;
+    SortedList<abbrev, std::string> abbrevs;
     char abbrev_changed = 0;
-    price *price_list = nullptr;
+    SortedList<price, std::string> price_list;
     char price_changed = 0;
     namelist *category_names = nullptr;
     namelist *flag_names = nullptr;
@@ -272,18 +273,9 @@ struct DbState {
     char *emailServer = nullptr;
     char *emailSubject = nullptr;
 
-    // Lookup indexes beside the sorted lists, kept in step by every routine
-    // that links or unlinks a record, so that finding a customer, an item or
-    // an abbreviation by name never walks a whole list. std::string orders
-    // bytes as unsigned chars, the same order strcmp gives the lists.
-    std::map<std::pair<std::string, std::string>, customer *> cust_index;
     // Exact names to customers: one hash probe per account line read,
     // where the ordered index would cost a string compare per level.
     ExactNameIndex cust_exact;
-    // Looked up by plain text several times per flight billed: the
-    // transparent comparison spares a string built for each lookup.
-    std::map<std::string, price *, std::less<>> price_index;
-    std::map<std::string, abbrev *> abbrev_index;
 };
 extern DbState db;
 
@@ -347,6 +339,12 @@ void free_customer_payments(customer *c);
 void free_all_payments();
 void free_misc_breakdown(misc_breakdown *list);
 void free_customer_charges(customer *c);
+// Takes a record out of its sorted list and the list's indexes, leaving it
+// to be freed; false when it is not in the list.
+bool unlink_customer(customer *c);
+bool unlink_price(price *p);
+bool unlink_abbrev(abbrev *a);
+// The free_ routines free a record already unlinked, or a whole list.
 void free_customer(customer *c);
 void free_mcustomers();
 void free_cat(category *cat);

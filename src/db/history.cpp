@@ -262,7 +262,7 @@ void readFlights(const char *file) {
     // Seed the duplicate test with what is already loaded (the companion
     // file, when it was read first).
     FlightKeyIndex seen;
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (customer *c : db.cust_list)
         for (flight *f = c->flights; f != nullptr; f = f->next)
             seen.insert(c, f->date, f->number);
 
@@ -539,11 +539,11 @@ void do_r_gas(bool quicken) {
 
 void maybe_read() {
     finish_pending_rewrite();
-    if (db.price_list == nullptr)
+    if (db.price_list.empty())
         do_r_price();
-    if (db.abbrevs == nullptr)
+    if (db.abbrevs.empty())
         do_r_abbrev();
-    if (db.cust_list == nullptr)
+    if (db.cust_list.empty())
         do_r_cust();
 }
 

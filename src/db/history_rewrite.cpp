@@ -62,7 +62,7 @@ using Keep = std::function<bool(const customer *, bool exported)>;
 template <class T>
 void write_records(T *customer::*list, void (*print)(const T *, int, bool, bool),
                    const Keep &keep) {
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (customer *c : db.cust_list)
         for (T *rec = c->*list; rec != nullptr; rec = rec->next)
             if (keep(c, rec->exported != 0)) {
                 print(rec, 0, false, true);
@@ -71,7 +71,7 @@ void write_records(T *customer::*list, void (*print)(const T *, int, bool, bool)
 }
 
 template <class T> bool any_record(T *customer::*list, const Keep &keep) {
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (customer *c : db.cust_list)
         for (T *rec = c->*list; rec != nullptr; rec = rec->next)
             if (keep(c, rec->exported != 0))
                 return true;

@@ -272,7 +272,7 @@ bool do_w_prices() {
     }
 
     fprintf(out, "$VERSION %d\n\n", PRICES_VERSION);
-    for (price *item = db.price_list; item != nullptr; item = item->next) {
+    for (price *item : db.price_list) {
         fprintf(out, "$PRICE\t%s\t%d\n", item->name, item->fastkey);
         for (category *cat = item->cat; cat != nullptr; cat = cat->next) {
             int64_t cost = cat->cost;

@@ -13,8 +13,7 @@ namespace {
 const char *const default_category = "DEFAULT";
 
 price *find_item(const char *name) {
-    auto found = db.price_index.find(std::string_view(name));
-    return found == db.price_index.end() ? nullptr : found->second;
+    return db.price_list.find(std::string_view(name));
 }
 
 bool is_empty(const char *text) {
@@ -29,21 +28,11 @@ price *fc_item(const char *name) {
     if (price *item = find_item(name))
         return item;
 
-    // The index orders names exactly as the list does, so the index entry
-    // just before the new name is the node the new item follows.
-    auto after = db.price_index.lower_bound(std::string_view(name));
-    price **link = &db.price_list;
-    if (after != db.price_index.begin())
-        link = &std::prev(after)->second->next;
-
     price *item = static_cast<price *>(errmalloc(sizeof(price)));
     item->name = alloc_str(name);
     item->cat = nullptr;
     item->fastkey = 0;
-    item->next = *link;
-    *link = item;
-    db.price_index.emplace_hint(after, item->name, item);
-    return item;
+    return db.price_list.insert(item->name, item);
 }
 
 category *find_category(category *cat_list, const char *name) {

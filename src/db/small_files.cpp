@@ -100,7 +100,7 @@ bool do_w_abbrev() {
             return false;
         }
         fprintf(file, "$VERSION 1\n");
-        for (abbrev *a = db.abbrevs; a; a = a->next)
+        for (abbrev *a : db.abbrevs)
             fprintf(file, "%s\t%s %s\n", a->name, a->lastname, a->firstname);
         if (!safe_commit(sf)) {
             printf("? Unable to close abbreviations file \"%s\"\n", db.abbrevfile);
@@ -180,7 +180,7 @@ bool do_w_balances(FileTransaction *t) {
         return false;
     }
     fprintf(file, "$VERSION %d\n", 1);
-    for (customer *c = db.cust_list; c; c = c->next) {
+    for (customer *c : db.cust_list) {
         // A cash customer has paid on the spot; nothing carries over.
         if (c->balance == 0 || c->cash)
             continue;

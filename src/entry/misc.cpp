@@ -75,7 +75,7 @@ struct WorkingMisc {
 customer *longest_named(const Group &group) {
     customer *longest = nullptr;
     size_t most = 0;
-    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+    for (customer *c : db.cust_list) {
         size_t length = strlen(c->lastname) + strlen(c->firstname);
         if (group.matches(c) && (longest == nullptr || length > most)) {
             longest = c;
@@ -115,7 +115,7 @@ void echo(const WorkingMisc &w, const Group &group, bool is_charge) {
 // One record per customer of the group, in customer order; the count.
 int write_group(misc &m, const Group &group) {
     int charged = 0;
-    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+    for (customer *c : db.cust_list) {
         if (!group.matches(c))
             continue;
         m.customer = c;

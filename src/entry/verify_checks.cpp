@@ -27,13 +27,13 @@ bool has_address(const customer *c) {
 }
 
 bool is_priced(const char *item) {
-    return db.price_index.find(std::string_view(item)) != db.price_index.end();
+    return db.price_list.find(std::string_view(item)) != nullptr;
 }
 
 } // namespace
 
 Verifier::Verifier(FILE *out) : out_(out) {
-    for (const price *p = db.price_list; p != nullptr; p = p->next)
+    for (const price *p : db.price_list)
         items_.emplace_back(p->name);
     // The tow planes the club has are those of the prices file; a name that
     // entry added to the table since is the one to look at.
@@ -68,14 +68,8 @@ const std::string &Verifier::account_suggestion(const char *account) {
     std::string last, first;
     parse_name(account, last, first);
     std::vector<std::string> near;
-    auto at = db.cust_index.lower_bound({last, first});
-    auto back = at;
-    for (int i = 0; i < 4 && back != db.cust_index.begin(); i++) {
-        --back;
-        near.push_back(back->first.first + "," + back->first.second);
-    }
-    for (int i = 0; i < 4 && at != db.cust_index.end(); i++, at++)
-        near.push_back(at->first.first + "," + at->first.second);
+    for (const customer *c : db.cust_list.around(std::pair(last, first), 4))
+        near.push_back(std::string(c->lastname) + "," + c->firstname);
     hit->second = did_you_mean(nearest_name((last + "," + first).c_str(), near));
     return hit->second;
 }
@@ -189,7 +183,7 @@ void Verifier::payment(const char *file, int line, const char *account, customer
 }
 
 void Verifier::email_addresses() {
-    for (const customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (const customer *c : db.cust_list)
         if (c->eMail != nullptr && !is_blank(c->eMail) && !plausible_email(c->eMail))
             say(nullptr, 0, "Customer %s %s: e-mail address \"%s\" cannot be an address",
                 c->firstname, c->lastname, c->eMail);

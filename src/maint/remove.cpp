@@ -1,11 +1,6 @@
 // REMOVE: the menu, and the removal of an abbreviation, a customer or an
 // item's prices. The transactions of the period are removed in
 // remove_transactions.cpp.
-//
-// Each list is sorted and has an index beside it (db.cust_index,
-// db.abbrev_index, db.price_index) in the same order, so the node before
-// the one to remove is the index's previous entry: no walk from the head.
-// The free routines drop the record's own index entries.
 #include <cstdio>
 #include <cstring>
 #include <iterator>
@@ -17,33 +12,6 @@
 #include "maint/remove.h"
 
 namespace {
-
-// Finds the node before `rec` in its list, through the list's index; prev
-// is nullptr when rec is the head. Should the index and the list ever
-// disagree the list itself is walked, since it is what gets written.
-// False when rec is not in the list at all.
-template <class T, class Index, class Key>
-bool find_previous(T *head, const Index &index, const Key &key, const T *rec, T *&prev) {
-    auto at = index.find(key);
-    if (at != index.end() && at->second == rec) {
-        prev = at == index.begin() ? nullptr : std::prev(at)->second;
-        if ((prev == nullptr ? head : prev->next) == rec)
-            return true;
-    }
-    prev = nullptr;
-    for (T *node = head; node != nullptr; prev = node, node = node->next)
-        if (node == rec)
-            return true;
-    return false;
-}
-
-template <class T> void unlink_after(T *&head, T *prev, T *rec) {
-    if (prev == nullptr)
-        head = rec->next;
-    else
-        prev->next = rec->next;
-    rec->next = nullptr;
-}
 
 bool file_exists(const char *name) {
     struct stat st;
@@ -71,18 +39,16 @@ bool balances_known() {
 }
 
 // Asks until an existing name or "~" is typed; nullptr for "~".
-template <class T, class Index>
-T *ask_existing(const char *prompt, const Index &index, const char *what) {
+template <class List> auto ask_existing(const char *prompt, const List &list, const char *what) {
     for (;;) {
         char *word = get_word(prompt, "", true);
         if (strcmp(word, "~") == 0) {
             errfree(word);
-            return nullptr;
+            return decltype(list.head())(nullptr);
         }
-        auto found = index.find(word);
-        if (found != index.end()) {
+        if (auto found = list.find(std::string_view(word))) {
             errfree(word);
-            return found->second;
+            return found;
         }
         printf("? No such %s \"%s\". Type \"~\" to exit.\n", what, word);
         errfree(word);
@@ -99,7 +65,7 @@ void forget_fast_key(const price *item) {
     if (entry == nullptr || strcmp(entry, item->name) != 0)
         return;
     const price *heir = nullptr;
-    for (const price *p = db.price_list; p != nullptr; p = p->next)
+    for (const price *p : db.price_list)
         if (p != item && p->fastkey == item->fastkey)
             heir = p;
     if (heir != nullptr)
@@ -168,36 +134,31 @@ void do_remove() {
 
 void rmv_abbrev() {
     maybe_read();
-    abbrev *a = ask_existing<abbrev>("Abbreviation to remove", db.abbrev_index, "abbreviation");
+    abbrev *a = ask_existing("Abbreviation to remove", db.abbrevs, "abbreviation");
     if (a == nullptr)
         return;
     printf("Removing abbreviation \"%s\" lastname: \"%s\" firstname: \"%s\".\n", a->name,
            a->lastname, a->firstname);
-    abbrev *prev = nullptr;
-    if (!find_previous(db.abbrevs, db.abbrev_index, std::string(a->name), a, prev)) {
+    if (!unlink_abbrev(a)) {
         printf("? Data structure is bad, can not remove abbreviation.\n");
         printf("abbreviation should have been in list.\n");
         return;
     }
-    unlink_after(db.abbrevs, prev, a);
     free_abbrev(a);
     db.abbrev_changed = 1;
 }
 
 void rmv_prices() {
     maybe_read();
-    price *item =
-        ask_existing<price>("Aircraft or service to remove prices for", db.price_index, "price");
+    price *item = ask_existing("Aircraft or service to remove prices for", db.price_list, "price");
     if (item == nullptr)
         return;
     printf("Removing prices for \"%s\"\n", item->name);
-    price *prev = nullptr;
-    if (!find_previous(db.price_list, db.price_index, std::string(item->name), item, prev)) {
+    if (!unlink_price(item)) {
         printf("? Data structure is bad, can not remove price.\n");
         printf("    price should have been in price list.\n");
         return;
     }
-    unlink_after(db.price_list, prev, item);
     forget_fast_key(item);
     free_price(item);
     // Bills computed with the item's prices no longer hold.
@@ -244,16 +205,11 @@ void rmv_cust() {
     if (!get_yesno("Do you want to remove this customer", "NO"))
         return;
 
-    customer *prev = nullptr;
-    if (!find_previous(db.cust_list, db.cust_index,
-                       std::pair<std::string, std::string>(c->lastname, c->firstname), c, prev)) {
+    if (!unlink_customer(c)) {
         printf("? Data structure is bad, can not remove customer.\n");
         printf("customer should have been in list.\n");
         return;
     }
-    unlink_after(db.cust_list, prev, c);
-    if (db.last_cust == c)
-        db.last_cust = prev;
     free_customer(c);
     db.cust_changed = 1;
 }

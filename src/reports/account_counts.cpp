@@ -23,7 +23,7 @@ void count_line(const char *label, long count) {
 
 long customer_count() {
     long total = 0;
-    for (const customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (const customer *c : db.cust_list)
         total++;
     return total;
 }
@@ -49,7 +49,7 @@ void w_custs(bool all, bool cash) {
     long wanted = get_number("Number of customers to output (0 for all)", 10);
     FILE *file = get_o_file();
     long written = 0;
-    for (const customer *c = db.cust_list; c != nullptr; c = c->next) {
+    for (const customer *c : db.cust_list) {
         if (wanted != 0 && written >= wanted)
             break;
         if (!all && (c->cash != 0) != cash)
@@ -64,7 +64,7 @@ void w_categorys() {
     // Category names are interned, so one pass counts every category.
     std::unordered_map<const char *, long> counts;
     long total = 0, cash = 0;
-    for (const customer *c = db.cust_list; c != nullptr; c = c->next) {
+    for (const customer *c : db.cust_list) {
         counts[c->category]++;
         total++;
         if (c->cash)
@@ -86,7 +86,7 @@ void w_categorys() {
 void w_flags() {
     maybe_read();
     std::unordered_map<const char *, long> counts;
-    for (const customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (const customer *c : db.cust_list)
         for (const namelist *flag = c->flags; flag != nullptr; flag = flag->next)
             counts[flag->name]++;
     long total = customer_count();

@@ -30,7 +30,7 @@ void address_lines(const customer *c, int col, bool force) {
 
 void w_abbrevs() {
     maybe_read();
-    for (const abbrev *a = db.abbrevs; a; a = a->next) {
+    for (const abbrev *a : db.abbrevs) {
         o_lstring("Abbrev:", 0, false);
         o_lstring(text(a->name), 0, true);
         o_lstring(text(a->firstname), 0, true);

@@ -62,7 +62,7 @@ void w_db_custs() {
         fprintf(out, i ? "\t%s" : "%s", columns[i]);
     fprintf(out, "\n");
     int number = 0;
-    for (const customer *c = db.cust_list; c; c = c->next) {
+    for (const customer *c : db.cust_list) {
         number++;
         std::string city, state, zip;
         if (!findCityStateZip(c, city, state, zip))

@@ -33,7 +33,7 @@ void w_email_file(const char *defaultName) {
             printf("Unable to read file %s\n", name);
     }
     // Once the relay refused the log-in, the rest would only fail as well.
-    for (customer *c = db.cust_list; c != nullptr && !o_emailHalted(); c = c->next) {
+    for (customer *c = db.cust_list.head(); c != nullptr && !o_emailHalted(); c = c->next) {
         if (!wants_message(c))
             continue;
         o_emailStart(c->eMail);

@@ -56,7 +56,7 @@ bool has_finance_mark(const customer *c) {
 // export of the same period does not invoice it again.
 std::vector<payment *> mark_finance_charges() {
     std::vector<payment *> marks;
-    for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+    for (customer *c : db.cust_list) {
         if (!taken.count(c) || c->charges == nullptr || c->charges->financeCharges == 0 ||
             has_finance_mark(c))
             continue;
@@ -118,7 +118,7 @@ bool export_commit() {
 
 int export_left_for_later() {
     int left = 0;
-    for (const customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (const customer *c : db.cust_list)
         if (!taken.count(c) && has_live_records(c))
             left++;
     return left;

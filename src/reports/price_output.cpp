@@ -18,7 +18,7 @@ void w_price() {
         return;
     }
     const price *item = nullptr;
-    for (const price *p = db.price_list; p != nullptr && item == nullptr; p = p->next)
+    for (const price *p = db.price_list.head(); p != nullptr && item == nullptr; p = p->next)
         if (strcmp(p->name, word.c_str()) == 0)
             item = p;
     if (item == nullptr) {

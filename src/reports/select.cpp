@@ -34,7 +34,7 @@ bool has_flag(const customer *c, const char *flagName) {
 int passOverCustomers(bool all, const char *category, const char *flag, bool excludeDefault,
                       customer_writer writer, long argument) {
     int count = 0;
-    for (customer *c = db.cust_list; c; c = c->next) {
+    for (customer *c : db.cust_list) {
         if (!selected(c, all, category, flag))
             continue;
         if (excludeDefault && is_default(c))

@@ -28,7 +28,7 @@ struct CustomerSpace {
 
 CustomerSpace customer_space() {
     CustomerSpace s;
-    for (const customer *c = db.cust_list; c != nullptr; c = c->next) {
+    for (const customer *c : db.cust_list) {
         s.customers++;
         for (const char *text :
              {c->lastname, c->firstname, c->info, c->contestNumber, c->spouse, c->phone[0],
@@ -83,7 +83,7 @@ void w_space() {
     row(-1, "File names and date:", -1, names);
 
     long abbrevs = 0, abbrev_strings = 0;
-    for (const abbrev *a = db.abbrevs; a != nullptr; a = a->next) {
+    for (const abbrev *a : db.abbrevs) {
         abbrevs++;
         abbrev_strings += text_bytes(a->name) + text_bytes(a->lastname) + text_bytes(a->firstname);
     }
@@ -98,7 +98,7 @@ void w_space() {
     row(name_count, "CATEGORY or FLAG names", -1, name_count * 8 + name_strings);
 
     long prices = 0, price_strings = 0, costs = 0;
-    for (const price *p = db.price_list; p != nullptr; p = p->next) {
+    for (const price *p : db.price_list) {
         prices++;
         price_strings += text_bytes(p->name);
         for (const category *cat = p->cat; cat != nullptr; cat = cat->next)

@@ -36,7 +36,7 @@ class DboutCrashTest : public DbTest {
             do_r_payments(true);
         });
         std::vector<std::string> families[4];
-        for (customer *c = db.cust_list; c != nullptr; c = c->next) {
+        for (customer *c : db.cust_list) {
             for (flight *f = c->flights; f; f = f->next)
                 families[0].push_back(output_of([&] {
                     o_flight_struct(f, 0, false, true);

@@ -52,7 +52,7 @@ TEST_F(LifecycleTest, DemoClubReadsCleanly) {
     EXPECT_EQ(out.find('?'), std::string::npos) << out;
     EXPECT_NE(out.find("Reading payments history file: \"VNKPMNT.HIS\""), std::string::npos);
     long customers = 0, flights = 0, charged = 0;
-    for (const customer *c = db.cust_list; c; c = c->next, customers++) {
+    for (const customer *c = db.cust_list.head(); c; c = c->next, customers++) {
         for (const flight *f = c->flights; f; f = f->next)
             flights++;
         charged += c->gas != nullptr && c->misc != nullptr && c->payments != nullptr;

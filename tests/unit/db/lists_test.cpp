@@ -149,3 +149,43 @@ TEST_F(ListsTest, UnlinkedRecordsAreReportedAndKept) {
 }
 
 } // namespace
+
+// The sorted lists keep their links and their index in step through
+// insertions in any order and removals at the head, middle and tail.
+TEST(SortedListTest, LinksFollowTheIndexThroughInsertsAndRemovals) {
+    struct Node {
+        Node *next;
+        std::string name;
+    };
+    std::vector<Node> nodes;
+    for (const char *name : {"M", "C", "X", "A", "Q", "Z", "B"})
+        nodes.push_back(Node{nullptr, name});
+    SortedList<Node, std::string> list;
+    for (Node &n : nodes)
+        EXPECT_EQ(list.insert(n.name, &n), &n);
+    Node again{nullptr, "Q"};
+    EXPECT_EQ(list.insert("Q", &again), &nodes[4]);
+    auto names = [&list] {
+        std::string out;
+        for (Node *n : list)
+            out += n->name;
+        return out;
+    };
+    EXPECT_EQ(names(), "ABCMQXZ");
+    EXPECT_FALSE(list.remove(std::string("Q"), &again));
+    for (const char *gone : {"A", "M", "Z"})
+        EXPECT_TRUE(list.remove(std::string(gone), list.find(std::string(gone))));
+    EXPECT_FALSE(list.remove(std::string("A"), &nodes[3]));
+    EXPECT_EQ(names(), "BCQX");
+    EXPECT_EQ(list.size(), 4u);
+    EXPECT_EQ(list.lower_bound(std::string("D"))->name, "Q");
+    std::string near;
+    for (Node *n : list.around(std::string("D"), 2))
+        near += n->name;
+    EXPECT_EQ(near, "CBQX");
+    list.insert("A", &nodes[3]);
+    list.insert("Z", &nodes[5]);
+    EXPECT_EQ(names(), "ABCQXZ");
+    EXPECT_EQ(list.release()->name, "A");
+    EXPECT_TRUE(list.empty());
+}

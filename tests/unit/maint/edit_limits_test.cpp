@@ -116,9 +116,9 @@ TEST_F(EditLimitsTest, PricesSettingsAndAbbreviationsAtTheirLimitsReadBackWhole)
 
     std::string out = reload();
     EXPECT_FALSE(has(out, "?")) << out;
-    ASSERT_NE(db.price_list, nullptr);
-    EXPECT_EQ(db.price_list->name, item);
-    EXPECT_EQ(db.price_list->fastkey, INT32_MIN);
+    ASSERT_FALSE(db.price_list.empty());
+    EXPECT_EQ(db.price_list.head()->name, item);
+    EXPECT_EQ(db.price_list.head()->fastkey, INT32_MIN);
     EXPECT_EQ(lookup_rate(item.c_str(), cat.c_str(), false), INT32_MIN);
     EXPECT_NE(fc_gas_grade(grade.c_str(), false), nullptr);
     EXPECT_EQ(db.emailServer, server);

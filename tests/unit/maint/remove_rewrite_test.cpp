@@ -68,7 +68,7 @@ class RemoveRewriteTest : public DbTest {
             do_r_flights(true);
         });
         std::string text;
-        for (customer *c = db.cust_list; c != nullptr; c = c->next)
+        for (customer *c : db.cust_list)
             for (flight *f = c->flights; f != nullptr; f = f->next)
                 text += output_of([f] {
                     o_flight_struct(f, 0, false, true);

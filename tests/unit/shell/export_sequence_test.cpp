@@ -76,7 +76,7 @@ TEST_F(ExportSequenceTest, EveryChargeOfThePeriodIsInvoicedOnce) {
     EXPECT_TRUE(has(told, "Reading payments history file: \"VNKPMNTQ.HIS\""));
     EXPECT_FALSE(has(told, " on line") || has(told, "Unrecognized line")) << told;
     long statements = 0;
-    for (customer *c = db.cust_list; c != nullptr; c = c->next)
+    for (customer *c : db.cust_list)
         statements += c->charges ? getNewCharges(c) : 0;
     EXPECT_EQ(invoiced, statements) << told;
     EXPECT_GT(invoiced, 1000);
