@@ -78,9 +78,7 @@ int main(int argc, char **argv) {
 
     struct rusage usage;
     getrusage(RUSAGE_SELF, &usage);
-    long customers = 0;
-    for (const customer *c : db.cust_list)
-        customers++;
+    long customers = static_cast<long>(db.cust_list.size());
     long records = count_records();
 
     long warnings = 0;

@@ -22,10 +22,7 @@ void count_line(const char *label, long count) {
 }
 
 long customer_count() {
-    long total = 0;
-    for (const customer *c : db.cust_list)
-        total++;
-    return total;
+    return static_cast<long>(db.cust_list.size());
 }
 
 void row(const char *name, long count, long total) {
