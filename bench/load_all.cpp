@@ -27,16 +27,9 @@ double seconds_since(Clock::time_point start) {
 
 long count_records() {
     long n = 0;
-    for (const customer *c : db.cust_list) {
-        for (const flight *f = c->flights; f; f = f->next)
-            n++;
-        for (const gas *g = c->gas; g; g = g->next)
-            n++;
-        for (const misc *m = c->misc; m; m = m->next)
-            n++;
-        for (const payment *p = c->payments; p; p = p->next)
-            n++;
-    }
+    auto count = [](const auto &list) { return std::distance(list.begin(), list.end()); };
+    for (const customer *c : db.cust_list)
+        n += count(c->flights) + count(c->gas) + count(c->misc) + count(c->payments);
     return n;
 }
 

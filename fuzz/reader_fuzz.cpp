@@ -26,7 +26,7 @@ namespace {
 
 // Records of one history kind in the file form, as the rewrite writes them.
 template <class T>
-void write_history(const char *name, const char *heading, T *customer::*list,
+void write_history(const char *name, const char *heading, RecordList<T> customer::*list,
                    void (*print)(const T *, int, bool, bool)) {
     SafeFile sf;
     if (safe_open(sf, name) == nullptr)
@@ -35,7 +35,7 @@ void write_history(const char *name, const char *heading, T *customer::*list,
     set_tabs_allowed(false);
     fputs(heading, sf.fp);
     for (customer *c : db.cust_list)
-        for (T *rec = c->*list; rec != nullptr; rec = rec->next) {
+        for (T *rec : c->*list) {
             print(rec, 0, false, true);
             o_newline(0);
         }
@@ -53,13 +53,13 @@ void write_gas_file() {
     set_tabs_allowed(false);
     fputs("$VERSION 2\n$MISC\n", sf.fp);
     for (customer *c : db.cust_list)
-        for (misc *m = c->misc; m != nullptr; m = m->next) {
+        for (misc *m : c->misc) {
             o_misc_struct(m, 0, false, true);
             o_newline(0);
         }
     fputs("$GAS\n", sf.fp);
     for (customer *c : db.cust_list)
-        for (gas *g = c->gas; g != nullptr; g = g->next) {
+        for (gas *g : c->gas) {
             o_gas_struct(g, 0, false, true);
             o_newline(0);
         }

@@ -153,7 +153,7 @@ void charge_misc(misc *m, charges *ch, StatementSink &sink) {
 // Charges first, then credits, each under its heading when there is one.
 void charge_all_misc(customer *c, charges *ch, const DateRange &range, StatementSink &sink) {
     int charge_count = 0, credit_count = 0;
-    for (const misc *m = c->misc; m != nullptr; m = m->next) {
+    for (const misc *m : c->misc) {
         if (!range.contains(m->date))
             continue;
         charge_count += m->charge > 0;
@@ -163,7 +163,7 @@ void charge_all_misc(customer *c, charges *ch, const DateRange &range, Statement
         if ((sign > 0 ? charge_count : credit_count) == 0)
             continue;
         sink.section(sign > 0 ? StatementSection::misc_charges : StatementSection::misc_credits);
-        for (misc *m = c->misc; m != nullptr; m = m->next)
+        for (misc *m : c->misc)
             if ((sign > 0 ? m->charge > 0 : m->charge < 0) && range.contains(m->date))
                 charge_misc(m, ch, sink);
     }
@@ -269,13 +269,13 @@ void bill_customer(customer *c, charges *total, const DateRange &range, bool fin
     sink.begin(c);
     // A customer's records lie far apart in memory: the next one is fetched
     // while this one is charged.
-    for (flight *f = c->flights; f != nullptr; f = f->next) {
+    for (flight *f : c->flights) {
         __builtin_prefetch(f->next);
         if (range.contains(f->date))
             charge_flight(f, ch, accumulate, sink);
     }
     sink.section(StatementSection::fuel);
-    for (gas *g = c->gas; g != nullptr; g = g->next) {
+    for (gas *g : c->gas) {
         __builtin_prefetch(g->next);
         if (range.contains(g->date))
             charge_gas(g, ch, c, sink);
@@ -283,7 +283,7 @@ void bill_customer(customer *c, charges *total, const DateRange &range, bool fin
     charge_all_misc(c, ch, range, sink);
     sink.section(StatementSection::payments);
     bool finance_exported = false;
-    for (payment *p = c->payments; p != nullptr; p = p->next) {
+    for (payment *p : c->payments) {
         if (finance_mark(p)) {
             finance_exported = true;
         } else if (range.contains(p->date)) {

@@ -203,8 +203,8 @@ int32_t getCurrentBalance(const customer *c) {
 }
 
 bool any_charges(const customer *c) {
-    return c != nullptr && (c->balance != 0 || c->flights != nullptr || c->gas != nullptr ||
-                            c->misc != nullptr || c->payments != nullptr);
+    return c != nullptr && (c->balance != 0 || !c->flights.empty() || !c->gas.empty() ||
+                            !c->misc.empty() || !c->payments.empty());
 }
 
 void chargesOverDates(bool force) {

@@ -32,7 +32,7 @@ bool is_set(const char *text) {
 
 int32_t total_tow_height(const customer *c) {
     int32_t sum = 0;
-    for (const flight *f = c->flights; f != nullptr; f = f->next)
+    for (const flight *f : c->flights)
         sum = wrap32(int64_t{sum} + f->towheight);
     return sum;
 }
@@ -121,16 +121,16 @@ void StatementPrinter::begin(const customer *c) {
         o_newline(0);
     }
     print_name_block(c, start_, end_);
-    if (c->flights != nullptr)
+    if (!c->flights.empty())
         print_flights_header(c);
 }
 
 void StatementPrinter::section(StatementSection s) {
     switch (s) {
     case StatementSection::fuel:
-        if (c_->gas == nullptr)
+        if (c_->gas.empty())
             return;
-        if (c_->flights != nullptr)
+        if (!c_->flights.empty())
             o_newline(0);
         print_sheet_header("Plane");
         o_rstring("Pilot", col::h_pilot, true);
@@ -140,13 +140,13 @@ void StatementPrinter::section(StatementSection s) {
         return;
     case StatementSection::misc_charges:
         had_misc_charges_ = true;
-        if (c_->gas != nullptr)
+        if (!c_->gas.empty())
             o_newline(0);
         print_sheet_header("Charge is for");
         o_newline(0);
         return;
     case StatementSection::misc_credits:
-        if (had_misc_charges_ || c_->gas != nullptr)
+        if (had_misc_charges_ || !c_->gas.empty())
             o_newline(0);
         print_sheet_header("(Credit) is for");
         o_newline(0);
@@ -157,10 +157,10 @@ void StatementPrinter::section(StatementSection s) {
     case StatementSection::payments:
         // A customer whose only payment is the mark of an exported finance
         // charge has no payment to list.
-        if (c_->payments == nullptr ||
-            (c_->payments->next == nullptr && finance_mark(c_->payments)))
+        if (c_->payments.empty() ||
+            (c_->payments.head()->next == nullptr && finance_mark(c_->payments.head())))
             return;
-        if (c_->misc != nullptr)
+        if (!c_->misc.empty())
             o_newline(0);
         o_rstring("Date", col::h_date, true);
         o_rstring("Check #", col::h_check, true);

@@ -82,7 +82,7 @@ void w_balance() {
     o_newline(0);
     int64_t paid = 0;
     bool any = false; // the mark of an exported finance charge is no payment
-    for (const payment *p = c->payments; p != nullptr; p = p->next) {
+    for (const payment *p : c->payments) {
         paid += p->amount;
         any = any || !finance_mark(p);
     }
@@ -108,7 +108,7 @@ void w_flts() {
     long wanted = get_number("Number of flights to type", 10);
     long printed = 0;
     for (const customer *c = db.cust_list.head(); c != nullptr && printed < wanted; c = c->next)
-        for (const flight *f = c->flights; f != nullptr && printed < wanted; f = f->next) {
+        for (const flight *f = c->flights.head(); f != nullptr && printed < wanted; f = f->next) {
             w_flight(f);
             printed++;
         }

@@ -42,7 +42,7 @@ void accumulate(TimeSummaries &s, const char *start, const char *end) {
     date_t first = start ? i_convertDateToTime(start) : 0;
     date_t last = end ? i_convertDateToTime(end) : 0;
     for (customer *c : db.cust_list)
-        for (flight *f = c->flights; f != nullptr; f = f->next) {
+        for (flight *f : c->flights) {
             // The next flight lies far away: fetch it while this one is added.
             __builtin_prefetch(f->next);
             if ((start && f->date < first) || (end && f->date > last))

@@ -12,30 +12,7 @@ const char *const flight_types[] = {"OTHER",      "COMMERCIAL-RIDE", "INSTRUCTIO
                                     "ROPE-BREAK", "PATTERN-TOW",     nullptr};
 const char flight_type_id[] = "OCIRPU";
 
-// ---- Tail pointers ---------------------------------------------------------------
-//
-// A customer may have thousands of transactions in one period, and the loaders
-// append them one by one. Walking to the end of the list for each append would
-// make loading quadratic, so the customer record remembers the last node of
-// each list. Every routine of this file that unlinks or frees a transaction
-// forgets it, which is why transactions must only be freed through the free
-// family, and appended only through add_*: the remembered tail is trusted.
-
 namespace {
-
-template <class T> void append_record(T *&head, T *&tail, T *rec) {
-    if (head == nullptr)
-        head = rec;
-    else if (tail != nullptr)
-        tail->next = rec; // a store only: the old tail is usually far out of cache
-    else {
-        T *last = head;
-        while (last->next != nullptr)
-            last = last->next;
-        last->next = rec;
-    }
-    tail = rec;
-}
 
 // The new records of one customer in one batch, first to last.
 template <class T> struct Run {
@@ -61,8 +38,7 @@ template <class T> Run<T> &run_of(std::vector<Run<T>> &runs, customer *c) {
 // small table are touched; appending one by one would store into each
 // customer's previous record, which with many customers lies far out of
 // cache. Each run is then hung after its customer's list.
-template <class T>
-void append_batch(std::vector<T *> &batch, T *customer::*head, T *customer::*tail) {
+template <class T> void append_batch(std::vector<T *> &batch, RecordList<T> customer::*list) {
     std::vector<Run<T>> runs(64);
     size_t used = 0;
     for (size_t i = batch.size(); i-- > 0;) {
@@ -88,26 +64,9 @@ void append_batch(std::vector<T *> &batch, T *customer::*head, T *customer::*tai
     for (const Run<T> &r : runs) {
         if (r.c == nullptr)
             continue;
-        append_record(r.c->*head, r.c->*tail, r.first);
-        r.c->*tail = r.last;
+        (r.c->*list).append(r.first, r.last);
     }
     batch.clear();
-}
-
-// Unlinks rec from its customer's list; the caller has checked rec->customer.
-// Returns false when rec is not in the list.
-template <class T> bool unlink_record(T *&head, T *rec) {
-    if (head == rec) {
-        head = rec->next;
-        return true;
-    }
-    for (T *p = head; p != nullptr; p = p->next) {
-        if (p->next == rec) {
-            p->next = rec->next;
-            return true;
-        }
-    }
-    return false;
 }
 
 char *free_str(char *text) {
@@ -118,7 +77,7 @@ char *free_str(char *text) {
 // far away in memory, so several customers' lists are walked side by side:
 // their next records are fetched together instead of one after the other.
 template <class T, class FreeOne>
-void free_every_list(T *customer::*head, T *customer::*tail, FreeOne free_one) {
+void free_every_list(RecordList<T> customer::*list, FreeOne free_one) {
     constexpr int kWays = 8;
     T *cursor[kWays] = {};
     int active = 0;
@@ -126,15 +85,11 @@ void free_every_list(T *customer::*head, T *customer::*tail, FreeOne free_one) {
     while (c != nullptr || active > 0) {
         for (T *&rec : cursor) {
             if (rec == nullptr) {
-                while (c != nullptr && c->*head == nullptr) {
-                    c->*tail = nullptr;
+                while (c != nullptr && (c->*list).empty())
                     c = c->next;
-                }
                 if (c == nullptr)
                     continue;
-                rec = c->*head;
-                c->*head = nullptr;
-                c->*tail = nullptr;
+                rec = (c->*list).release();
                 c = c->next;
                 active++;
             }
@@ -253,38 +208,38 @@ int translate_flight_type(const char *text) {
 
 void add_flight(flight *f, customer *c) {
     if (f != nullptr && c != nullptr)
-        append_record(c->flights, c->flights_tail, f);
+        c->flights.append(f);
 }
 
 void add_gas(gas *g, customer *c) {
     if (g != nullptr && c != nullptr)
-        append_record(c->gas, c->gas_tail, g);
+        c->gas.append(g);
 }
 
 void add_misc(misc *m, customer *c) {
     if (m != nullptr && c != nullptr)
-        append_record(c->misc, c->misc_tail, m);
+        c->misc.append(m);
 }
 
 void add_payment(payment *p, customer *c) {
     if (p != nullptr && c != nullptr)
-        append_record(c->payments, c->payments_tail, p);
+        c->payments.append(p);
 }
 
 void add_flights(std::vector<flight *> &batch) {
-    append_batch(batch, &customer::flights, &customer::flights_tail);
+    append_batch(batch, &customer::flights);
 }
 
 void add_gas_sales(std::vector<gas *> &batch) {
-    append_batch(batch, &customer::gas, &customer::gas_tail);
+    append_batch(batch, &customer::gas);
 }
 
 void add_miscs(std::vector<misc *> &batch) {
-    append_batch(batch, &customer::misc, &customer::misc_tail);
+    append_batch(batch, &customer::misc);
 }
 
 void add_payments(std::vector<payment *> &batch) {
-    append_batch(batch, &customer::payments, &customer::payments_tail);
+    append_batch(batch, &customer::payments);
 }
 
 // ---- Flights ------------------------------------------------------------------------
@@ -307,8 +262,7 @@ void free_flight(flight *f) {
         printf("BUG, flight without related customer\n");
         return;
     }
-    c->flights_tail = nullptr;
-    if (!unlink_record(c->flights, f)) {
+    if (!c->flights.remove(f)) {
         printf("?BUG, flight not found in list\n");
         return;
     }
@@ -319,9 +273,7 @@ void free_flight(flight *f) {
 void free_customer_flights(customer *c) {
     if (c == nullptr)
         return;
-    flight *f = c->flights;
-    c->flights = nullptr;
-    c->flights_tail = nullptr;
+    flight *f = c->flights.release();
     while (f != nullptr) {
         flight *next = f->next;
         free_flight_contents(f);
@@ -333,7 +285,7 @@ void free_customer_flights(customer *c) {
 void free_flights() {
     if (!db.flights_read)
         return;
-    free_every_list(&customer::flights, &customer::flights_tail, [](flight *f) {
+    free_every_list(&customer::flights, [](flight *f) {
         free_flight_contents(f);
         errfree(f);
     });
@@ -357,8 +309,7 @@ void free_gas_charge(gas *g) {
         printf("BUG, gas charge without related customer\n");
         return;
     }
-    c->gas_tail = nullptr;
-    if (!unlink_record(c->gas, g)) {
+    if (!c->gas.remove(g)) {
         printf("?BUG, gas charge not found in list\n");
         return;
     }
@@ -369,9 +320,7 @@ void free_gas_charge(gas *g) {
 void free_customer_gas(customer *c) {
     if (c == nullptr)
         return;
-    gas *g = c->gas;
-    c->gas = nullptr;
-    c->gas_tail = nullptr;
+    gas *g = c->gas.release();
     while (g != nullptr) {
         gas *next = g->next;
         free_gas_contents(g);
@@ -394,8 +343,7 @@ void free_misc_charge(misc *m) {
         printf("BUG, misc charge without related customer\n");
         return;
     }
-    c->misc_tail = nullptr;
-    if (!unlink_record(c->misc, m)) {
+    if (!c->misc.remove(m)) {
         printf("?BUG, misc charge not found in list\n");
         return;
     }
@@ -406,9 +354,7 @@ void free_misc_charge(misc *m) {
 void free_customer_misc(customer *c) {
     if (c == nullptr)
         return;
-    misc *m = c->misc;
-    c->misc = nullptr;
-    c->misc_tail = nullptr;
+    misc *m = c->misc.release();
     while (m != nullptr) {
         misc *next = m->next;
         free_misc_contents(m);
@@ -421,11 +367,11 @@ void free_gas() {
     if (!db.gas_read)
         return;
     // Fuel sales and misc records come from the same history file.
-    free_every_list(&customer::gas, &customer::gas_tail, [](gas *g) {
+    free_every_list(&customer::gas, [](gas *g) {
         free_gas_contents(g);
         errfree(g);
     });
-    free_every_list(&customer::misc, &customer::misc_tail, [](misc *m) {
+    free_every_list(&customer::misc, [](misc *m) {
         free_misc_contents(m);
         errfree(m);
     });
@@ -448,8 +394,7 @@ void free_payment(payment *p) {
         printf("? BUG, payment without related customer\n");
         return;
     }
-    c->payments_tail = nullptr;
-    if (!unlink_record(c->payments, p)) {
+    if (!c->payments.remove(p)) {
         printf("?BUG, payment not found in list\n");
         return;
     }
@@ -460,9 +405,7 @@ void free_payment(payment *p) {
 void free_customer_payments(customer *c) {
     if (c == nullptr)
         return;
-    payment *p = c->payments;
-    c->payments = nullptr;
-    c->payments_tail = nullptr;
+    payment *p = c->payments.release();
     while (p != nullptr) {
         payment *next = p->next;
         free_payment_contents(p);
@@ -474,7 +417,7 @@ void free_customer_payments(customer *c) {
 void free_all_payments() {
     if (!db.payments_read)
         return;
-    free_every_list(&customer::payments, &customer::payments_tail, [](payment *p) {
+    free_every_list(&customer::payments, [](payment *p) {
         free_payment_contents(p);
         errfree(p);
     });

@@ -15,8 +15,8 @@
 
 #include "conio/iosubs.h"
 #include "conio/transaction.h"
+#include "db/lists.h"
 #include "db/name_index.h"
-#include "db/sorted_list.h"
 
 struct customer;
 struct flight;
@@ -32,10 +32,11 @@ struct misc_breakdown;
 
 struct customer {
     customer *next;
-    flight *flights;
-    struct gas *gas;
-    struct misc *misc;
-    payment *payments;
+    // Added to only through add_* and emptied through the free family.
+    RecordList<flight> flights;
+    RecordList<struct gas> gas;
+    RecordList<struct misc> misc;
+    RecordList<payment> payments;
     struct charges *charges;
     int32_t balance; // cents
     char *lastname;
@@ -54,12 +55,6 @@ struct customer {
     char *phone[3];
     char *eMail;
     char *addr[4];
-    // The last node of each transaction list, so that appending does not
-    // walk a list of thousands. Only add_* and the free family touch them.
-    struct flight *flights_tail;
-    struct gas *gas_tail;
-    struct misc *misc_tail;
-    struct payment *payments_tail;
 };
 
 struct flight {
@@ -208,7 +203,7 @@ struct DbState {
     char bills_computed = 0;
     char times_computed = 0;
 
-    // The sorted lists, each with its index (sorted_list.h).
+    // The sorted lists, each with its index (lists.h).
     SortedList<customer, std::pair<std::string, std::string>> cust_list;
     char cust_changed = 0;
     SortedList<abbrev, std::string> abbrevs;

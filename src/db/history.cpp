@@ -263,7 +263,7 @@ void readFlights(const char *file) {
     // file, when it was read first).
     FlightKeyIndex seen;
     for (customer *c : db.cust_list)
-        for (flight *f = c->flights; f != nullptr; f = f->next)
+        for (flight *f : c->flights)
             seen.insert(c, f->date, f->number);
 
     DateCache dates;

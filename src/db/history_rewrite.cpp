@@ -60,19 +60,19 @@ using Keep = std::function<bool(const customer *, bool exported)>;
 // Every customer's records of one kind that `keep` takes, in customer
 // order, one a line in the file form.
 template <class T>
-void write_records(T *customer::*list, void (*print)(const T *, int, bool, bool),
+void write_records(RecordList<T> customer::*list, void (*print)(const T *, int, bool, bool),
                    const Keep &keep) {
     for (customer *c : db.cust_list)
-        for (T *rec = c->*list; rec != nullptr; rec = rec->next)
+        for (T *rec : c->*list)
             if (keep(c, rec->exported != 0)) {
                 print(rec, 0, false, true);
                 o_newline(0);
             }
 }
 
-template <class T> bool any_record(T *customer::*list, const Keep &keep) {
+template <class T> bool any_record(RecordList<T> customer::*list, const Keep &keep) {
     for (customer *c : db.cust_list)
-        for (T *rec = c->*list; rec != nullptr; rec = rec->next)
+        for (T *rec : c->*list)
             if (keep(c, rec->exported != 0))
                 return true;
     return false;

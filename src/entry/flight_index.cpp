@@ -9,7 +9,7 @@ const flight *FlightIndex::first(const customer *c, date_t date, int number) {
     auto [found, added] = by_customer_.try_emplace(c);
     if (added) {
         // emplace keeps the earliest flight of a key: the list's order decides.
-        for (const flight *f = c->flights; f != nullptr; f = f->next)
+        for (const flight *f : c->flights)
             found->second.emplace(Key{f->date, f->number}, f);
     }
     auto hit = found->second.find(Key{date, number});

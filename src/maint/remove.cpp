@@ -177,22 +177,22 @@ void rmv_cust() {
 
     // Records of the period, including those already exported, tie a
     // customer to the books: the first kind found is named.
-    if (c->payments != nullptr) {
+    if (!c->payments.empty()) {
         printf("? This customer has made a payment in the current month and should not be "
                "removed.\n");
         return;
     }
-    if (c->flights != nullptr) {
+    if (!c->flights.empty()) {
         printf("? This customer has made a flight in the current month and should not be "
                "removed.\n");
         return;
     }
-    if (c->gas != nullptr) {
+    if (!c->gas.empty()) {
         printf("? This customer has bought gas in the current month and should not be "
                "removed.\n");
         return;
     }
-    if (c->misc != nullptr) {
+    if (!c->misc.empty()) {
         printf("? This customer has a misc charge in the current month and should not be "
                "removed.\n");
         return;

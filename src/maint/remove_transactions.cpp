@@ -16,7 +16,7 @@ namespace {
 enum { PAGE_LINES = 20 };
 
 template <class T> struct RecordKind {
-    T *customer::*list;
+    RecordList<T> customer::*list;
     void (*print)(const T *, int indent, bool date_flag, bool tabbed);
     void (*release)(T *);
     const char *noun;     // "If you remove a %s and QUICKEN output ..."
@@ -36,7 +36,7 @@ void warn_about_export(const char *noun) {
 // them in the order shown, as far as the user let the listing go.
 template <class T> std::vector<T *> list_records(const RecordKind<T> &kind, const customer *c) {
     std::vector<T *> shown;
-    for (T *rec = c->*kind.list; rec != nullptr; rec = rec->next) {
+    for (T *rec : c->*kind.list) {
         shown.push_back(rec);
         o_rnumber(static_cast<long>(shown.size()), 4, false, 10);
         o_char(':', 0, false);

@@ -25,7 +25,7 @@ void total_line(const char *label, int32_t cents) {
 // The totals wrap around like all the club's 32-bit money.
 void w_oneActBal(customer *c, long) {
     int32_t paid = 0;
-    for (const payment *p = c->payments; p; p = p->next)
+    for (const payment *p : c->payments)
         paid = add32(paid, p->amount);
     int32_t d = sub32(c->balance, paid);
     int32_t n = getNewCharges(c);

@@ -21,9 +21,9 @@ bool exists(const char *name) {
     return stat(name, &st) == 0;
 }
 
-template <class T> bool has_live(T *list) {
-    for (; list != nullptr; list = list->next)
-        if (!list->exported)
+template <class T> bool has_live(const RecordList<T> &list) {
+    for (const T *rec : list)
+        if (!rec->exported)
             return true;
     return false;
 }
@@ -45,7 +45,7 @@ bool stage_family(FileTransaction &t, HistoryKind kind, const char *history, con
 }
 
 bool has_finance_mark(const customer *c) {
-    for (const payment *p = c->payments; p != nullptr; p = p->next)
+    for (const payment *p : c->payments)
         if (finance_mark(p))
             return true;
     return false;

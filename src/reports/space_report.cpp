@@ -36,20 +36,20 @@ CustomerSpace customer_space() {
             s.strings += text_bytes(text);
         for (const namelist *f = c->flags; f != nullptr; f = f->next)
             s.flag_entries++;
-        for (const flight *f = c->flights; f != nullptr; f = f->next) {
+        for (const flight *f : c->flights) {
             s.flights++;
             for (const char *text : {f->plane, f->pilot, f->cfi, f->passenger, f->towpilot})
                 s.strings += text_bytes(text);
         }
-        for (const gas *g = c->gas; g != nullptr; g = g->next) {
+        for (const gas *g : c->gas) {
             s.gas++;
             s.strings += text_bytes(g->plane) + text_bytes(g->pilot);
         }
-        for (const misc *m = c->misc; m != nullptr; m = m->next) {
+        for (const misc *m : c->misc) {
             s.misc++;
             s.strings += text_bytes(m->why);
         }
-        for (const payment *p = c->payments; p != nullptr; p = p->next) {
+        for (const payment *p : c->payments) {
             s.payments++;
             s.strings += p->note ? static_cast<long>(strlen(p->note)) : 0;
         }

@@ -37,22 +37,22 @@ class DboutCrashTest : public DbTest {
         });
         std::vector<std::string> families[4];
         for (customer *c : db.cust_list) {
-            for (flight *f = c->flights; f; f = f->next)
+            for (flight *f : c->flights)
                 families[0].push_back(output_of([&] {
                     o_flight_struct(f, 0, false, true);
                     o_newline(0);
                 }));
-            for (gas *g = c->gas; g; g = g->next)
+            for (gas *g : c->gas)
                 families[1].push_back(output_of([&] {
                     o_gas_struct(g, 0, false, true);
                     o_newline(0);
                 }));
-            for (misc *m = c->misc; m; m = m->next)
+            for (misc *m : c->misc)
                 families[2].push_back(output_of([&] {
                     o_misc_struct(m, 0, false, true);
                     o_newline(0);
                 }));
-            for (payment *p = c->payments; p; p = p->next)
+            for (payment *p : c->payments)
                 families[3].push_back(output_of([&] {
                     o_payment_struct(p, 0, false, true);
                     o_newline(0);

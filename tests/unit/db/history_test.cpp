@@ -1,5 +1,6 @@
 // The duplicate-flight check over a whole period, and the loaders' choice
 // of files; the line formats are checked through DBOUT.
+#include <iterator>
 #include <string>
 
 #include "db_fixture.h"
@@ -9,10 +10,7 @@ namespace {
 using HistoryTest = DbTest;
 
 size_t count_flights(const customer *c) {
-    size_t n = 0;
-    for (const flight *f = c->flights; f; f = f->next)
-        n++;
-    return n;
+    return static_cast<size_t>(std::distance(c->flights.begin(), c->flights.end()));
 }
 
 TEST_F(HistoryTest, DuplicatesAcrossCompanionAndTheQuickenSwitch) {
@@ -50,8 +48,8 @@ TEST_F(HistoryTest, DuplicatesAcrossCompanionAndTheQuickenSwitch) {
                      "Reading payments history file: \"VNKPMNT.HIS\"\n");
     EXPECT_EQ(count_flights(smith), 1201u);
     EXPECT_EQ(count_flights(lee), 1u);
-    ASSERT_TRUE(lee->misc && lee->payments);
-    EXPECT_TRUE(lee->misc->charge == 100 && lee->payments->amount == 100);
+    ASSERT_TRUE(lee->misc.head() && lee->payments.head());
+    EXPECT_TRUE(lee->misc.head()->charge == 100 && lee->payments.head()->amount == 100);
 
     // Without the companion files, the old records go and only the main
     // files are read.
@@ -59,9 +57,9 @@ TEST_F(HistoryTest, DuplicatesAcrossCompanionAndTheQuickenSwitch) {
                            "Reading gas history file: \"VNKGAS.HIS\"\n"
                            "Reading payments history file: \"VNKPMNT.HIS\"\n");
     EXPECT_EQ(count_flights(smith), 801u);
-    ASSERT_TRUE(lee->misc && lee->payments);
-    EXPECT_TRUE(lee->misc->charge == 200 && lee->misc->next == nullptr);
-    EXPECT_TRUE(lee->payments->amount == 200 && lee->payments->next == nullptr);
+    ASSERT_TRUE(lee->misc.head() && lee->payments.head());
+    EXPECT_TRUE(lee->misc.head()->charge == 200 && lee->misc.head()->next == nullptr);
+    EXPECT_TRUE(lee->payments.head()->amount == 200 && lee->payments.head()->next == nullptr);
 }
 
 // Only an empty line is skipped in the gas history; a line of blanks inside
@@ -73,8 +71,8 @@ TEST_F(HistoryTest, GasLineOfBlanksIsARecord) {
     EXPECT_FALSE(has(out, "on line 1") || has(out, "on line 3")) << out;
     customer *cash = fc_cust("CASH", "", false);
     ASSERT_NE(cash, nullptr);
-    ASSERT_NE(cash->misc, nullptr);
-    EXPECT_EQ(cash->misc->next, nullptr);
+    ASSERT_NE(cash->misc.head(), nullptr);
+    EXPECT_EQ(cash->misc.head()->next, nullptr);
 }
 
 } // namespace

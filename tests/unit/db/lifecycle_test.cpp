@@ -53,9 +53,8 @@ TEST_F(LifecycleTest, DemoClubReadsCleanly) {
     EXPECT_NE(out.find("Reading payments history file: \"VNKPMNT.HIS\""), std::string::npos);
     long customers = 0, flights = 0, charged = 0;
     for (const customer *c = db.cust_list.head(); c; c = c->next, customers++) {
-        for (const flight *f = c->flights; f; f = f->next)
-            flights++;
-        charged += c->gas != nullptr && c->misc != nullptr && c->payments != nullptr;
+        flights += std::distance(c->flights.begin(), c->flights.end());
+        charged += !c->gas.empty() && !c->misc.empty() && !c->payments.empty();
     }
     EXPECT_EQ(customers, 30);
     EXPECT_EQ(flights, 150);

@@ -9,7 +9,7 @@ using ListsTest = DbTest;
 
 std::vector<std::string> planes_of(const customer *c) {
     std::vector<std::string> out;
-    for (const flight *f = c->flights; f; f = f->next)
+    for (const flight *f : c->flights)
         out.push_back(f->plane);
     return out;
 }
@@ -101,7 +101,7 @@ TEST_F(ListsTest, AppendingKeepsOrderThroughRemovalsAndBatches) {
     EXPECT_EQ(planes_of(b).size(), 4u);
     db.flights_read = 1;
     free_flights();
-    EXPECT_EQ(a->flights, nullptr);
+    EXPECT_EQ(a->flights.head(), nullptr);
     add_flight(new_flight(a, "A7"), a);
     EXPECT_EQ(planes_of(a), (std::vector<std::string>{"A7"}));
 }

@@ -95,28 +95,29 @@ TEST_F(OutOfRangeTest, HistoryAndPaymentNumbersAreReportedNotWrapped) {
 
     customer *c = lee();
     ASSERT_NE(c, nullptr);
-    ASSERT_NE(c->flights, nullptr);
-    EXPECT_EQ(c->flights->number, -1);
-    EXPECT_EQ(c->flights->next->number, INT32_MAX);
-    EXPECT_EQ(c->flights->next->start, 0);
-    EXPECT_EQ(c->flights->next->next->start, INT32_MAX);
-    ASSERT_NE(c->misc, nullptr);
-    EXPECT_EQ(c->misc->charge, 0);
-    EXPECT_EQ(c->misc->next->charge, INT32_MIN);
-    EXPECT_EQ(c->misc->next->sheet, -1);
-    ASSERT_NE(c->gas, nullptr);
-    EXPECT_EQ(c->gas->gallons, 0);
-    EXPECT_EQ(c->gas->next->gallons, INT32_MAX);
-    ASSERT_NE(c->payments, nullptr);
-    EXPECT_EQ(c->payments->amount, 0);
-    EXPECT_EQ(c->payments->check, 0);
-    EXPECT_EQ(c->payments->next->amount, INT32_MAX);
-    EXPECT_EQ(c->payments->next->check, INT32_MIN);
+    ASSERT_NE(c->flights.head(), nullptr);
+    EXPECT_EQ(c->flights.head()->number, -1);
+    EXPECT_EQ(c->flights.head()->next->number, INT32_MAX);
+    EXPECT_EQ(c->flights.head()->next->start, 0);
+    EXPECT_EQ(c->flights.head()->next->next->start, INT32_MAX);
+    ASSERT_NE(c->misc.head(), nullptr);
+    EXPECT_EQ(c->misc.head()->charge, 0);
+    EXPECT_EQ(c->misc.head()->next->charge, INT32_MIN);
+    EXPECT_EQ(c->misc.head()->next->sheet, -1);
+    ASSERT_NE(c->gas.head(), nullptr);
+    EXPECT_EQ(c->gas.head()->gallons, 0);
+    EXPECT_EQ(c->gas.head()->next->gallons, INT32_MAX);
+    ASSERT_NE(c->payments.head(), nullptr);
+    EXPECT_EQ(c->payments.head()->amount, 0);
+    EXPECT_EQ(c->payments.head()->check, 0);
+    EXPECT_EQ(c->payments.head()->next->amount, INT32_MAX);
+    EXPECT_EQ(c->payments.head()->next->check, INT32_MIN);
     EXPECT_EQ(c->balance, 0);
     const customer *cash = fc_cust("CASH", "", false);
-    ASSERT_TRUE(cash != nullptr && cash->flights != nullptr && cash->flights->next != nullptr);
-    EXPECT_EQ(cash->flights->invoice, 0);
-    EXPECT_EQ(cash->flights->next->invoice, INT32_MAX);
+    ASSERT_TRUE(cash != nullptr && cash->flights.head() != nullptr &&
+                cash->flights.head()->next != nullptr);
+    EXPECT_EQ(cash->flights.head()->invoice, 0);
+    EXPECT_EQ(cash->flights.head()->next->invoice, INT32_MAX);
 }
 
 TEST_F(OutOfRangeTest, VersionsAndFastKeysBeyondTheirFieldsAreReportedNotWrapped) {

@@ -46,7 +46,9 @@ TEST_F(RemoveCarvedTest, RemovedRecordsAreCountedFreedAndTheirChunksGoBackOnRese
     std::string out = output_of([] { do_r_all(); });
     customer *smith = fc_cust("SMITH", "JOHN", false);
     ASSERT_NE(smith, nullptr);
-    ASSERT_TRUE(smith->flights && smith->gas && smith->misc && smith->payments) << out;
+    ASSERT_TRUE(smith->flights.head() && smith->gas.head() && smith->misc.head() &&
+                smith->payments.head())
+        << out;
 
     // Smith's one record of each kind, the files rewritten after each.
     out = output_of([] {
@@ -56,13 +58,15 @@ TEST_F(RemoveCarvedTest, RemovedRecordsAreCountedFreedAndTheirChunksGoBackOnRese
         }
     });
     smith = fc_cust("SMITH", "JOHN", false);
-    EXPECT_TRUE(!smith->flights && !smith->gas && !smith->misc && !smith->payments) << out;
+    EXPECT_TRUE(!smith->flights.head() && !smith->gas.head() && !smith->misc.head() &&
+                !smith->payments.head())
+        << out;
     long after_removal = net_blocks();
 
     // The rest of the chunk the flight came from is still whole.
     customer *lee = fc_cust("LEE", "AL", false);
     long lee_flights = 0;
-    for (const flight *f = lee->flights; f; f = f->next, lee_flights++)
+    for (const flight *f = lee->flights.head(); f; f = f->next, lee_flights++)
         ASSERT_STREQ(f->towpilot, "TP");
     EXPECT_EQ(lee_flights, 30000);
 
@@ -74,7 +78,8 @@ TEST_F(RemoveCarvedTest, RemovedRecordsAreCountedFreedAndTheirChunksGoBackOnRese
     EXPECT_FALSE(has(out, "?")) << out;
     EXPECT_EQ(net_blocks(), after_removal);
     smith = fc_cust("SMITH", "JOHN", false);
-    EXPECT_TRUE(!smith->flights && !smith->gas && !smith->misc && !smith->payments);
+    EXPECT_TRUE(!smith->flights.head() && !smith->gas.head() && !smith->misc.head() &&
+                !smith->payments.head());
 
     output_of(fresh_start);
     EXPECT_EQ(net_blocks(), empty);

@@ -69,7 +69,7 @@ class RemoveRewriteTest : public DbTest {
         });
         std::string text;
         for (customer *c : db.cust_list)
-            for (flight *f = c->flights; f != nullptr; f = f->next)
+            for (flight *f : c->flights)
                 text += output_of([f] {
                     o_flight_struct(f, 0, false, true);
                     o_newline(0);

@@ -1,9 +1,7 @@
-// A sorted singly linked list of records with an ordered index beside it.
-// Everything that prints or writes walks the list in name order; the index
-// turns a find, an insertion or a removal into one map search instead of a
-// walk from the head. The two are changed only here, so they cannot drift
-// apart. std::string orders bytes as unsigned chars, the order strcmp gives,
-// so the index entry before a key is the node before it in the list.
+// The database's two kinds of list. Both are singly linked through each
+// record's `next`, since everything that prints or writes walks them in
+// order, and both change their links only through their own operations, so
+// what they remember beside the links (a tail, an index) stays true.
 #pragma once
 
 #include <cstddef>
@@ -11,28 +9,80 @@
 #include <map>
 #include <vector>
 
+template <class T> class NodeIterator {
+  public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = T *;
+    using difference_type = std::ptrdiff_t;
+    using pointer = T **;
+    using reference = T *;
+    explicit NodeIterator(T *node = nullptr) : node_(node) {}
+    T *operator*() const { return node_; }
+    NodeIterator &operator++() {
+        node_ = node_->next;
+        return *this;
+    }
+    bool operator==(const NodeIterator &other) const { return node_ == other.node_; }
+
+  private:
+    T *node_;
+};
+
+// A customer's records of one kind, in the order they were added. A
+// customer may have thousands of records in a period and the loaders add
+// them one by one, so the last node is remembered: walking to the end for
+// each would make loading quadratic.
+template <class T> class RecordList {
+  public:
+    using iterator = NodeIterator<T>;
+
+    T *head() const { return head_; }
+    bool empty() const { return head_ == nullptr; }
+    iterator begin() const { return iterator(head_); }
+    iterator end() const { return iterator(); }
+
+    // Hangs the run first..last (linked, last->next null) after the end;
+    // a store into the old tail only, which is usually far out of cache.
+    void append(T *first, T *last) {
+        (head_ == nullptr ? head_ : tail_->next) = first;
+        tail_ = last;
+    }
+    void append(T *rec) { append(rec, rec); }
+
+    // Unlinks `rec`; false when it is not in the list.
+    bool remove(T *rec) {
+        T *prev = nullptr;
+        for (T *node = head_; node != rec; prev = node, node = node->next)
+            if (node == nullptr)
+                return false;
+        (prev == nullptr ? head_ : prev->next) = rec->next;
+        if (tail_ == rec)
+            tail_ = prev;
+        rec->next = nullptr;
+        return true;
+    }
+
+    // Empties the list and hands its records, still linked, to the caller.
+    T *release() {
+        T *all = head_;
+        head_ = tail_ = nullptr;
+        return all;
+    }
+
+  private:
+    T *head_ = nullptr;
+    T *tail_ = nullptr;
+};
+
+// A list sorted by key with an ordered index beside it: the index turns a
+// find, an insertion or a removal into one map search instead of a walk
+// from the head. std::string orders bytes as unsigned chars, the order
+// strcmp gives, so the index entry before a key is the node before it.
 template <class T, class Key, class Compare = std::less<>> class SortedList {
   public:
     using Index = std::map<Key, T *, Compare>;
 
-    class iterator {
-      public:
-        using iterator_category = std::forward_iterator_tag;
-        using value_type = T *;
-        using difference_type = std::ptrdiff_t;
-        using pointer = T **;
-        using reference = T *;
-        explicit iterator(T *node = nullptr) : node_(node) {}
-        T *operator*() const { return node_; }
-        iterator &operator++() {
-            node_ = node_->next;
-            return *this;
-        }
-        bool operator==(const iterator &other) const { return node_ == other.node_; }
-
-      private:
-        T *node_;
-    };
+    using iterator = NodeIterator<T>;
 
     T *head() const { return head_; }
     bool empty() const { return head_ == nullptr; }
