@@ -8,6 +8,8 @@
 #include <vector>
 
 #include <hpdf.h>
+#include <hpdf_doc.h>
+#include <hpdf_streams.h>
 
 namespace {
 
@@ -21,6 +23,10 @@ struct StatementPdf {
     HPDF_Font bold = nullptr;
     HPDF_STATUS error = 0;
     HPDF_STATUS detail = 0;
+    // Where the saved document goes: one of them.
+    std::string *bytes = nullptr;
+    FILE *out = nullptr;
+    bool write_failed = false;
 };
 
 namespace {
@@ -92,27 +98,6 @@ std::vector<std::string> statement_paper_lines(std::string_view text) {
     return lines;
 }
 
-} // namespace
-
-int lay_out_statement(std::string_view text, std::string_view name, const PutStatementPage &put) {
-    std::vector<std::string> lines = statement_paper_lines(text);
-    size_t first = std::min(lines.size(), static_cast<size_t>(kPdfLinesPerPage));
-    put(lines, 0, first, nullptr);
-    std::string header = paper_line(name);
-    header += header.empty() ? "continued" : " continued";
-    // A continuation page gives two lines to its header and the gap below.
-    int pages = 1;
-    for (size_t at = first; at < lines.size(); at += kPdfLinesPerPage - 2, pages++)
-        put(lines, at, std::min(lines.size(), at + kPdfLinesPerPage - 2), &header);
-    return pages;
-}
-
-bool statement_line_emphasised(const std::string &line) {
-    return line.find("New balance:") != std::string::npos;
-}
-
-namespace {
-
 void put_page(StatementPdf *pdf, const std::vector<std::string> &lines, size_t from, size_t to,
               const std::string *header) {
     HPDF_Page page = HPDF_AddPage(pdf->doc);
@@ -128,7 +113,8 @@ void put_page(StatementPdf *pdf, const std::vector<std::string> &lines, size_t f
     }
     for (size_t i = from; i < to; i++) {
         const std::string &line = lines[i];
-        HPDF_Font wanted = statement_line_emphasised(line) ? pdf->bold : pdf->regular;
+        HPDF_Font wanted =
+            line.find("New balance:") != std::string::npos ? pdf->bold : pdf->regular;
         if (wanted != font) {
             font = wanted;
             HPDF_Page_SetFontAndSize(page, font, kPdfFontSize);
@@ -141,6 +127,33 @@ void put_page(StatementPdf *pdf, const std::vector<std::string> &lines, size_t f
     HPDF_Page_EndText(page);
 }
 
+HPDF_STATUS write_out(HPDF_Stream stream, const HPDF_BYTE *data, HPDF_UINT size) {
+    StatementPdf *pdf = static_cast<StatementPdf *>(stream->attr);
+    if (pdf->bytes != nullptr)
+        pdf->bytes->append(reinterpret_cast<const char *>(data), size);
+    else if (fwrite(data, 1, size, pdf->out) != size)
+        pdf->write_failed = true;
+    return pdf->write_failed ? HPDF_FILE_IO_ERROR : HPDF_OK;
+}
+
+// Ends the document, written out as it is saved: libharu's own save to a
+// stream would hold all of a month's tens of megabytes in memory a second
+// time, so its stream is replaced by one that passes the bytes on. False
+// when the library failed anywhere (reported) or a write did (not).
+bool save(StatementPdf *pdf) {
+    if (pdf->error == 0) {
+        pdf->doc->stream = HPDF_CallbackWriter_New(pdf->doc->mmgr, write_out, pdf);
+        if (pdf->doc->stream != nullptr && HPDF_SaveToStream(pdf->doc) != HPDF_OK &&
+            !pdf->write_failed && pdf->error == 0)
+            pdf->error = HPDF_INVALID_STREAM;
+    }
+    if (pdf->error == 0 || pdf->write_failed)
+        return pdf->error == 0 && !pdf->write_failed;
+    printf("? Unable to make the PDF (error %04X, %u)\n", static_cast<unsigned>(pdf->error),
+           static_cast<unsigned>(pdf->detail));
+    return false;
+}
+
 } // namespace
 
 StatementPdf *statement_pdf_new() {
@@ -148,6 +161,9 @@ StatementPdf *statement_pdf_new() {
     pdf->doc = HPDF_New(on_error, pdf);
     if (pdf->doc != nullptr) {
         HPDF_SetCompressionMode(pdf->doc, HPDF_COMP_ALL);
+        // One page node holds no more than 32,767 pages; a month's
+        // statements are more, so they hang from nodes of a thousand.
+        HPDF_SetPagesConfiguration(pdf->doc, 1000);
         HPDF_SetInfoAttr(pdf->doc, HPDF_INFO_CREATOR, "VARNOK");
         pdf->regular = HPDF_GetFont(pdf->doc, "Courier", "WinAnsiEncoding");
         pdf->bold = HPDF_GetFont(pdf->doc, "Courier-Bold", "WinAnsiEncoding");
@@ -164,27 +180,36 @@ StatementPdf *statement_pdf_new() {
 }
 
 int statement_pdf_add(StatementPdf *pdf, std::string_view text, std::string_view name) {
-    return lay_out_statement(
-        text, name, [pdf](const auto &lines, size_t from, size_t to, const std::string *header) {
-            put_page(pdf, lines, from, to, header);
-        });
+    std::vector<std::string> lines = statement_paper_lines(text);
+    size_t first = std::min(lines.size(), static_cast<size_t>(kPdfLinesPerPage));
+    put_page(pdf, lines, 0, first, nullptr);
+    std::string header = paper_line(name);
+    header += header.empty() ? "continued" : " continued";
+    // A continuation page gives two lines to its header and the gap below.
+    int pages = 1;
+    for (size_t at = first; at < lines.size(); at += kPdfLinesPerPage - 2, pages++)
+        put_page(pdf, lines, at, std::min(lines.size(), at + kPdfLinesPerPage - 2), &header);
+    return pages;
 }
 
 bool statement_pdf_end(StatementPdf *pdf, std::string &bytes) {
     bytes.clear();
-    if (pdf->error == 0 && HPDF_SaveToStream(pdf->doc) == HPDF_OK) {
-        bytes.resize(HPDF_GetStreamSize(pdf->doc));
-        HPDF_UINT32 size = static_cast<HPDF_UINT32>(bytes.size());
-        HPDF_ReadFromStream(pdf->doc, reinterpret_cast<HPDF_BYTE *>(bytes.data()), &size);
-        bytes.resize(size);
-    }
-    bool made = pdf->error == 0;
-    if (!made)
-        printf("? Unable to make the PDF (error %04X, %u)\n", static_cast<unsigned>(pdf->error),
-               static_cast<unsigned>(pdf->detail));
+    pdf->bytes = &bytes;
+    bool made = save(pdf);
+    statement_pdf_free(pdf);
+    return made;
+}
+
+bool statement_pdf_end(StatementPdf *pdf, FILE *out) {
+    pdf->out = out;
+    bool written = save(pdf);
+    statement_pdf_free(pdf);
+    return written;
+}
+
+void statement_pdf_free(StatementPdf *pdf) {
     HPDF_Free(pdf->doc);
     delete pdf;
-    return made;
 }
 
 bool statement_pdf(std::string_view text, std::string_view name, std::string &bytes) {

@@ -8,10 +8,8 @@
 #pragma once
 
 #include <cstdio>
-#include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 // A PDF document of any number of statements, one page group each.
 struct StatementPdf;
@@ -24,6 +22,11 @@ int statement_pdf_add(StatementPdf *pdf, std::string_view text, std::string_view
 // Ends the document and frees it; its bytes go to `bytes`. False (reported
 // with a "? " line) when the library failed anywhere.
 bool statement_pdf_end(StatementPdf *pdf, std::string &bytes);
+// The same, the bytes written to `out` a block at a time; false (reported)
+// when the library failed, false without a report when a write did.
+bool statement_pdf_end(StatementPdf *pdf, FILE *out);
+// Frees the document unwritten.
+void statement_pdf_free(StatementPdf *pdf);
 
 // The PDF of one statement.
 bool statement_pdf(std::string_view text, std::string_view name, std::string &bytes);
@@ -48,32 +51,6 @@ constexpr double kPdfLeading = 9.5;
 // top: in a #10 envelope's window (2.04 to 3.17 inches down the folded
 // page, wherever the page sits in the envelope).
 constexpr double kPdfFirstBaseline = 792 - (154 - 9 * kPdfLeading);
-
-// ---- The layout both writers share -------------------------------------------
-
-// Lays a statement out: its lines as they stand on paper (one byte a column
-// in the fonts' Windows Latin 1 encoding), cut into pages. `put_page` gets
-// each page's lines, and for every page after the first the header
-// ("<name> continued") to set above them after an empty line. Returns the
-// number of pages.
-using PutStatementPage = std::function<void(const std::vector<std::string> &lines, size_t from,
-                                            size_t to, const std::string *header)>;
-int lay_out_statement(std::string_view text, std::string_view name, const PutStatementPage &put);
-// The line set in bold.
-bool statement_line_emphasised(const std::string &line);
-
-// ---- Many statements streamed into one file ------------------------------------
-
-// For a whole month's statements (tens of thousands of pages), written a
-// page at a time so that neither memory nor time grows with what came
-// before: only the pages' places in the file are kept. The same pages as
-// statement_pdf_add, in the same standard fonts.
-struct StatementPdfFile;
-StatementPdfFile *statement_pdf_file_open(FILE *out);
-int statement_pdf_file_add(StatementPdfFile *pdf, std::string_view text, std::string_view name);
-// Writes the page tree and the cross-reference table and frees it; false
-// when a write failed.
-bool statement_pdf_file_close(StatementPdfFile *pdf);
 
 struct customer;
 // Asks the e-mail capture to attach this customer's statement as

@@ -13,18 +13,27 @@
 
 namespace {
 
-bool write_pdf(const char *pdf_name, const std::string &bytes) {
-    SafeFile sf;
+// A document to be written under `pdf_name`, with the file it goes to;
+// nullptr (reported) when either cannot be had.
+StatementPdf *open_pdf(SafeFile &sf, const char *pdf_name) {
     if (safe_open(sf, pdf_name) == nullptr) {
         log_error("? Unable to open %s file \"%s\"\n", "output", pdf_name);
-        return false;
+        return nullptr;
     }
-    if (fwrite(bytes.data(), 1, bytes.size(), sf.fp) != bytes.size() || !safe_commit(sf)) {
+    StatementPdf *pdf = statement_pdf_new();
+    if (pdf == nullptr)
         safe_abort(sf);
-        log_error("? Unable to close %s file \"%s\"\n", "output", pdf_name);
-        return false;
-    }
-    return true;
+    return pdf;
+}
+
+// Ends the document into its file; false (reported) when the file is not
+// there whole.
+bool close_pdf(SafeFile &sf, StatementPdf *pdf, const char *pdf_name) {
+    if (statement_pdf_end(pdf, sf.fp) && safe_commit(sf))
+        return true;
+    safe_abort(sf);
+    log_error("? Unable to close %s file \"%s\"\n", "output", pdf_name);
+    return false;
 }
 
 void report_written(const char *pdf_name, int statements, int pages) {
@@ -33,8 +42,8 @@ void report_written(const char *pdf_name, int statements, int pages) {
 
 // The statements file holds the statements, each ended by a form feed,
 // then the period's totals and the account lists: the last two parts are
-// not statements. Read a part at a time and streamed out a page at a time,
-// so a club's whole month is never in memory.
+// not statements. Read a part at a time; the document holds every page
+// until it is written out at the end.
 bool statements_to_pdf(const char *source, const char *pdf_name) {
     FILE *in = fopen(source, "r");
     if (in == nullptr) {
@@ -42,11 +51,9 @@ bool statements_to_pdf(const char *source, const char *pdf_name) {
         return false;
     }
     SafeFile sf;
-    StatementPdfFile *pdf = nullptr;
-    if (safe_open(sf, pdf_name) == nullptr || (pdf = statement_pdf_file_open(sf.fp)) == nullptr) {
-        safe_abort(sf);
+    StatementPdf *pdf = open_pdf(sf, pdf_name);
+    if (pdf == nullptr) {
         fclose(in);
-        log_error("? Unable to open %s file \"%s\"\n", "output", pdf_name);
         return true;
     }
     char *heading = alloc_file(db.headfile, "heading", false);
@@ -63,7 +70,7 @@ bool statements_to_pdf(const char *source, const char *pdf_name) {
             parts[held].pop_back();
         if (++held < 3)
             continue;
-        pages += statement_pdf_file_add(pdf, parts[0], statement_name(parts[0], heading_lines));
+        pages += statement_pdf_add(pdf, parts[0], statement_name(parts[0], heading_lines));
         statements++;
         std::swap(parts[0], parts[1]);
         std::swap(parts[1], parts[2]);
@@ -72,14 +79,11 @@ bool statements_to_pdf(const char *source, const char *pdf_name) {
     free(buffer);
     bool read_ok = ferror(in) == 0;
     fclose(in);
-    bool written = statement_pdf_file_close(pdf);
     if (statements == 0) {
+        statement_pdf_free(pdf);
         safe_abort(sf);
         printf("? No statements in %s; nothing written to %s\n", source, pdf_name);
-    } else if (!written || !safe_commit(sf)) {
-        safe_abort(sf);
-        log_error("? Unable to close %s file \"%s\"\n", "output", pdf_name);
-    } else {
+    } else if (close_pdf(sf, pdf, pdf_name)) {
         report_written(pdf_name, statements, pages);
     }
     return read_ok;
@@ -112,12 +116,12 @@ void w_statement_pdf(const char *pdf_name) {
     free(text);
     if (statement.find_first_not_of(" \n") == std::string::npos)
         return; // no customer chosen
-    StatementPdf *pdf = statement_pdf_new();
+    SafeFile sf;
+    StatementPdf *pdf = open_pdf(sf, pdf_name);
     if (pdf == nullptr)
         return;
     // The single statement has an empty heading: one empty line.
     int pages = statement_pdf_add(pdf, statement, statement_name(statement, 1));
-    std::string bytes;
-    if (statement_pdf_end(pdf, bytes) && write_pdf(pdf_name, bytes))
+    if (close_pdf(sf, pdf, pdf_name))
         report_written(pdf_name, 1, pages);
 }
