@@ -88,6 +88,13 @@ class Terminal:
         """Waits until the line the cursor is on reads `text`."""
         return self.wait(repr(text), lambda lines: bool(lines) and lines[-1] == text.rstrip())
 
+    def answer(self, text, key, then):
+        """Types `text` and `key`, then waits for the line `then`."""
+        if text:
+            self.type(text)
+        self.keys(key)
+        return self.wait_line(then)
+
     def exit_status(self):
         deadline = time.time() + WAIT
         while True:
@@ -111,57 +118,31 @@ def first_session(term, program, club):
     term.wait_line("VARNOK:")
 
     # A command word, then a keyword of ENTER's menu.
-    term.type("ent")
-    term.keys("Tab")
-    term.wait_line("VARNOK: ENTER")
-    term.keys("Enter")
-    term.wait_line("Choose what to enter [GAS-SALES]:")
-    term.type("pay")
-    term.keys("Tab")
-    term.wait_line("Choose what to enter [GAS-SALES]: PAYMENTS")
-    term.keys("Enter")
-    term.wait_line("Next payment number (0 if done) [1]:")
-    term.keys("Enter")
-    term.wait_line("Payment date (mm-dd) or (dd) [6-7-2005]:")
-    term.keys("Enter")
+    term.answer("ent", "Tab", "VARNOK: ENTER")
+    term.answer("", "Enter", "Choose what to enter [GAS-SALES]:")
+    term.answer("pay", "Tab", "Choose what to enter [GAS-SALES]: PAYMENTS")
+    term.answer("", "Enter", "Next payment number (0 if done) [1]:")
+    term.answer("", "Enter", "Payment date (mm-dd) or (dd) [6-7-2005]:")
 
     # A customer's name at the account prompt, blank and all.
-    term.wait_line("Account (First Last):")
-    term.type("kar")
-    term.keys("Tab")
-    term.wait_line("Account (First Last): KAREN ANDERSON")
-    term.keys("Enter")
+    term.answer("", "Enter", "Account (First Last):")
+    term.answer("kar", "Tab", "Account (First Last): KAREN ANDERSON")
 
     # Ctrl-C drops what was typed and asks the same question again.
     check = "Check number (0 if payment not made by check) [-1]:"
-    term.wait_line(check)
-    term.type("12")
-    term.keys("C-c")
-    lines = term.wait_line(check)
+    term.answer("", "Enter", check)
+    lines = term.answer("12", "C-c", check)
     if lines[-2] != check + " 12^C":
         raise Failure("Ctrl-C should leave the dropped line marked, got %r" % lines[-2])
-    term.type("100")
-    term.keys("Enter")
-    term.wait_line("Amount of payment [0.00]:")
-    term.type("25")
-    term.keys("Enter")
-    term.wait_line("Note describing this payment:")
-    term.type("dues")
-    term.keys("Enter")
-    term.wait_line("Is this line right? [YES]:")
-    term.type("y")
-    term.keys("Tab")
-    term.wait_line("Is this line right? [YES]: YES")
-    term.keys("Enter")
-    term.wait_line("Next payment number (0 if done) [2]:")
-    term.type("0")
-    term.keys("Enter")
-    term.wait_line("Remember these payments in the permanent payments file [YES]:")
-    term.type("y")
-    term.keys("Enter")
+    term.answer("100", "Enter", "Amount of payment [0.00]:")
+    term.answer("25", "Enter", "Note describing this payment:")
+    term.answer("dues", "Enter", "Is this line right? [YES]:")
+    term.answer("y", "Tab", "Is this line right? [YES]: YES")
+    term.answer("", "Enter", "Next payment number (0 if done) [2]:")
+    term.answer("0", "Enter", "Remember these payments in the permanent payments file [YES]:")
+    term.answer("y", "Enter", "VARNOK:")
 
     # Expert words are not offered until expert mode: Tab adds nothing.
-    term.wait_line("VARNOK:")
     term.type("db")
     term.keys("Tab")
     term.type("x")
@@ -172,18 +153,13 @@ def first_session(term, program, club):
         lambda lines: lines[-2:] == ["VARNOK: dbx^C", "VARNOK:"])
 
     # Up brings the previous answer back; Enter gives it again.
-    term.type("expert")
-    term.keys("Enter")
-    term.wait_line("VARNOK:")
-    term.keys("Up")
-    term.wait_line("VARNOK: expert")
+    term.answer("expert", "Enter", "VARNOK:")
+    term.answer("", "Up", "VARNOK: expert")
     term.keys("Enter")
     lines = term.wait("the second EXPERT",
                       lambda lines: lines.count("Expert commands permitted.") == 2 and
                       lines[-1] == "VARNOK:")
-    term.type("db")
-    term.keys("Tab")
-    term.wait_line("VARNOK: DBOUT")
+    term.answer("db", "Tab", "VARNOK: DBOUT")
     term.keys("C-c")
     term.wait("DBOUT dropped", lambda lines: lines[-2:] == ["VARNOK: DBOUT ^C", "VARNOK:"])
 
@@ -204,13 +180,9 @@ def second_session(term, program, club):
     """The next run in the same folder starts with the earlier answers."""
     term.start(program, club)
     term.wait_line("VARNOK:")
-    term.keys("Up")
-    term.wait_line("VARNOK: expert")
-    term.keys("C-c")
-    term.wait_line("VARNOK:")
-    term.type("exi")
-    term.keys("Tab")
-    term.wait_line("VARNOK: EXIT")
+    term.answer("", "Up", "VARNOK: expert")
+    term.answer("", "C-c", "VARNOK:")
+    term.answer("exi", "Tab", "VARNOK: EXIT")
     term.keys("Enter")
     status = term.exit_status()
     if status != 0:
