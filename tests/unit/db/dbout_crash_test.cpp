@@ -1,7 +1,6 @@
 // DBOUT ended by a crash, or stopped by a failed file step, at every one of
 // its file steps: after the next start every history family (main file and
 // companion) holds exactly the records of an uninterrupted run, each once.
-#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <vector>
@@ -24,47 +23,11 @@ class DboutCrashTest : public DbTest {
         do_write_database();
     }
 
-    // Every record of every family as the next start loads it (companions
-    // included), sorted per family; duplicate warnings and failed reads
-    // show in the text too.
+    // The records after the next start; duplicate warnings and failed
+    // reads show in the text too.
     static std::string records_after_restart() {
-        fresh_start();
-        std::string load = output_of([] {
-            maybe_read();
-            do_r_flights(true);
-            do_r_gas(true);
-            do_r_payments(true);
-        });
-        std::vector<std::string> families[4];
-        for (customer *c = db.cust_list; c != nullptr; c = c->next) {
-            for (flight *f = c->flights; f; f = f->next)
-                families[0].push_back(output_of([&] {
-                    o_flight_struct(f, 0, false, true);
-                    o_newline(0);
-                }));
-            for (gas *g = c->gas; g; g = g->next)
-                families[1].push_back(output_of([&] {
-                    o_gas_struct(g, 0, false, true);
-                    o_newline(0);
-                }));
-            for (misc *m = c->misc; m; m = m->next)
-                families[2].push_back(output_of([&] {
-                    o_misc_struct(m, 0, false, true);
-                    o_newline(0);
-                }));
-            for (payment *p = c->payments; p; p = p->next)
-                families[3].push_back(output_of([&] {
-                    o_payment_struct(p, 0, false, true);
-                    o_newline(0);
-                }));
-        }
-        std::string text;
-        for (auto &family : families) {
-            std::sort(family.begin(), family.end());
-            for (const auto &r : family)
-                text += r + "\n";
-            text += "--\n";
-        }
+        std::string load;
+        std::string text = DbTest::records_after_restart(load);
         // Only what points at trouble counts from the loading messages. A
         // rewrite given up because its new file had been replaced leaves
         // the records as they were before it, which the comparison checks.

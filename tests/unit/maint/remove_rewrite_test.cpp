@@ -60,23 +60,11 @@ class RemoveRewriteTest : public DbTest {
         rmv_flights();
     }
 
-    // Every flight as the next start loads it, companion included.
+    // Every record as the next start loads it, companions included.
     static std::string flights_after_restart() {
-        fresh_start();
-        std::string load = output_of([] {
-            maybe_read();
-            do_r_flights(true);
-        });
-        std::string text;
-        for (customer *c = db.cust_list; c != nullptr; c = c->next)
-            for (flight *f = c->flights; f != nullptr; f = f->next)
-                text += output_of([f] {
-                    o_flight_struct(f, 0, false, true);
-                    o_newline(0);
-                });
-        if (has(load, "? "))
-            text += "load said: " + load;
-        return text;
+        std::string load;
+        std::string text = records_after_restart(load);
+        return has(load, "? ") ? text + "load said: " + load : text;
     }
 
     // A temporary of the whole-file rewrite left behind is half a file,
