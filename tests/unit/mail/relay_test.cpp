@@ -148,6 +148,20 @@ TEST_F(Relay, AnUntrustedCertificateOrABadSettingIsRefusedBeforeAnyLogin) {
     EXPECT_TRUE(has(out, "is not smtp://host[:port]")) << out;
 }
 
+// The legacy client at a real server without TLS or log-in: HELO (sent
+// before the greeting was read) and MAIL FROM pass; the RCPT line without
+// its closing bracket is a syntax error, so DATA is refused and the header
+// lines are unknown commands. Nothing is delivered.
+TEST_F(Relay, TheLegacyRecipientLineIsRefusedAndWithItTheMessage) {
+    std::string server = "127.0.0.1:" + std::to_string(start("plain", "LOGIN"));
+    std::string out;
+    EXPECT_FALSE(send(server, out));
+    stop();
+    EXPECT_FALSE(has(out, "at send")) << out;
+    EXPECT_EQ(read_file("replies").substr(0, 24), "220\n250\n250\n501\n503\n500\n");
+    EXPECT_FALSE(std::filesystem::exists("1.content"));
+}
+
 TEST_F(Relay, ARelayThatNeverAnswersFailsWithinTheLimit) {
     // The kernel completes the connection; nobody ever says a word. The
     // legacy client's first reply waited for takes the whole limit, the
