@@ -9,6 +9,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 
@@ -49,6 +50,16 @@ template <class Work> std::string output_of(Work work) {
     start_capture();
     work();
     return end_capture();
+}
+
+// Every file under the working directory with its contents, listings
+// (*.LIS) aside: what a step must leave as it was, or as a whole run leaves it.
+inline std::map<std::string, std::string> club_files() {
+    std::map<std::string, std::string> files;
+    for (const auto &e : std::filesystem::recursive_directory_iterator("."))
+        if (e.is_regular_file() && e.path().extension() != ".LIS")
+            files[e.path().lexically_relative(".").string()] = read_file(e.path());
+    return files;
 }
 
 inline size_t entries() {

@@ -137,10 +137,7 @@ TEST_F(DboutCrashTest, RefusesToRewriteFromAFileThatCouldNotBeRead) {
         std::filesystem::remove(broken);
         if (std::string(broken) != "VNKCUST.DAT")
             std::filesystem::create_directory(broken); // opens, but cannot be read
-        std::map<std::string, std::string> before;
-        for (const auto &e : std::filesystem::directory_iterator("."))
-            if (e.is_regular_file())
-                before[e.path().filename().string()] = read_file(e.path().string());
+        const auto before = club_files();
         std::string out = output_of([] {
             fresh_start();
             feed_input("");
@@ -150,11 +147,7 @@ TEST_F(DboutCrashTest, RefusesToRewriteFromAFileThatCouldNotBeRead) {
                                  "\" could not be read; the history files were not rewritten.\n"))
             << out;
         EXPECT_FALSE(has(out, "Are you sure")) << out;
-        std::map<std::string, std::string> after;
-        for (const auto &e : std::filesystem::directory_iterator("."))
-            if (e.is_regular_file())
-                after[e.path().filename().string()] = read_file(e.path().string());
-        EXPECT_EQ(after, before) << broken;
+        EXPECT_EQ(club_files(), before) << broken;
     }
 
     // A missing history file holds nothing to lose: the rewrite goes on.
