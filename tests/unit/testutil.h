@@ -9,6 +9,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 
@@ -51,39 +52,18 @@ template <class Work> std::string output_of(Work work) {
     return end_capture();
 }
 
-inline size_t entries() {
-    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("."), {}));
+// Every file under the working directory with its contents, listings
+// (*.LIS) aside: what a step must leave as it was, or as a whole run leaves it.
+inline std::map<std::string, std::string> club_files() {
+    std::map<std::string, std::string> files;
+    for (const auto &e : std::filesystem::recursive_directory_iterator("."))
+        if (e.is_regular_file() && e.path().extension() != ".LIS")
+            files[e.path().lexically_relative(".").string()] = read_file(e.path());
+    return files;
 }
 
-// Runs `work` in a child whose files may not grow past 16 bytes, as on
-// a full disk; returns what it printed. `code` is 0 when `work` returned
-// true and the child ended normally.
-template <typename Work> std::string run_on_full_disk(Work work, int &code) {
-    int pipe_fds[2];
-    EXPECT_EQ(pipe(pipe_fds), 0);
-    fflush(stdout);
-    pid_t pid = fork();
-    if (pid == 0) {
-        close(pipe_fds[0]);
-        dup2(pipe_fds[1], STDOUT_FILENO);
-        signal(SIGXFSZ, SIG_IGN);
-        struct rlimit rl = {16, 16};
-        setrlimit(RLIMIT_FSIZE, &rl);
-        bool done = work();
-        fflush(stdout);
-        _exit(done ? 0 : 1);
-    }
-    close(pipe_fds[1]);
-    std::string output;
-    char buffer[4096];
-    ssize_t n;
-    while ((n = read(pipe_fds[0], buffer, sizeof buffer)) > 0)
-        output.append(buffer, (size_t)n);
-    close(pipe_fds[0]);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return output;
+inline size_t entries() {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("."), {}));
 }
 
 // An allocated answer as a string, freed.
@@ -116,6 +96,57 @@ inline void feed_input(const std::string &text) {
     ASSERT_NE(freopen(".input", "r", stdin), nullptr);
     unlink(".input");
     clearerr(stdin);
+}
+
+// Runs `work` in a child, with `input` as its console when given; returns what it
+// printed and its exit status (-1 when a signal ended it), the status being
+// 0 when `work` returned true.
+struct ChildRun {
+    std::string out;
+    int status;
+};
+template <typename Work> ChildRun run_in_child(Work work, const char *input = nullptr) {
+    int pipe_fds[2];
+    EXPECT_EQ(pipe(pipe_fds), 0);
+    fflush(stdout);
+    pid_t pid = fork();
+    if (pid == 0) {
+        close(pipe_fds[0]);
+        dup2(pipe_fds[1], STDOUT_FILENO);
+        if (input != nullptr)
+            feed_input(input);
+        bool done = work();
+        fflush(stdout);
+        _exit(done ? 0 : 1);
+    }
+    close(pipe_fds[1]);
+    ChildRun child;
+    char buffer[4096];
+    ssize_t n;
+    while ((n = read(pipe_fds[0], buffer, sizeof buffer)) > 0)
+        child.out.append(buffer, (size_t)n);
+    close(pipe_fds[0]);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    child.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return child;
+}
+
+// Files may not grow past `limit` bytes, as on a full disk.
+inline void fill_disk_at(rlim_t limit) {
+    signal(SIGXFSZ, SIG_IGN);
+    struct rlimit rl = {limit, limit};
+    setrlimit(RLIMIT_FSIZE, &rl);
+}
+
+// `work` on a disk full at 16 bytes; returns what it printed, and `code`.
+template <typename Work> std::string run_on_full_disk(Work work, int &code) {
+    ChildRun child = run_in_child([&] {
+        fill_disk_at(16);
+        return work();
+    });
+    code = child.status;
+    return child.out;
 }
 
 // Reaching the end of canned input means a test asked more questions than it
@@ -156,22 +187,10 @@ class TempDirTest : public testing::Test {
     std::filesystem::path old_dir_;
 };
 
-// Runs `work` in a child process and returns its exit status (-1 when it
-// was killed by a signal); what it printed is discarded. For file steps
-// that end the process.
+// The exit status of `work` run in a child (-1 when a signal ended it), for
+// file steps that end the process.
 template <typename Work> int exit_status_of(Work work) {
-    fflush(stdout);
-    pid_t pid = fork();
-    if (pid == 0) {
-        if (freopen("/dev/null", "w", stdout) == nullptr)
-            _exit(98);
-        work();
-        fflush(stdout);
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run_in_child([&] { return work(), true; }).status;
 }
 
 // Ends the process at each of `steps` file steps of `work`, then fails each

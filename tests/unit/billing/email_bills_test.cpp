@@ -1,42 +1,11 @@
-// The e-mail branch of the bill run: who is mailed, and no statement lost or
-// mailed to the wrong member when the capture file fails.
+// The e-mail branch of the bill run: no statement lost or mailed to the
+// wrong member when the capture file fails.
 #include "billing/billing.h"
 #include "db/db_fixture.h"
 #include "mail/email_capture.h"
 #include "mail/loopback_relay.h"
 
 #include <memory>
-
-namespace {
-
-class EmailBills : public DbTest {
-  protected:
-    void SetUp() override {
-        DbTest::SetUp();
-        replace_str(&db.emailSender, "club@example.org");
-        member = fc_cust("MEMBER", "MAY", true);
-        replace_str(&member->eMail, "member@example.org");
-    }
-    void TearDown() override {
-        mail_reset();
-        DbTest::TearDown();
-    }
-
-    customer *member = nullptr;
-};
-
-} // namespace
-
-TEST_F(EmailBills, OnlyAddressesMatchingTheTestModeAreMailed) {
-    EXPECT_TRUE(email_bill_wanted(member));
-    replace_str(&db.emailSendOnly, "Member@EXAMPLE.org");
-    EXPECT_TRUE(email_bill_wanted(member));
-    replace_str(&db.emailSendOnly, "other@example.org");
-    EXPECT_FALSE(email_bill_wanted(member));
-    db.emailSendOnly = (char *)errfree(db.emailSendOnly);
-    replace_str(&member->eMail, "  ");
-    EXPECT_FALSE(email_bill_wanted(member));
-}
 
 namespace {
 

@@ -99,17 +99,7 @@ TEST_F(MemoryTest, BatchBlocksAreCountedAndFreedOneByOne) {
     EXPECT_EQ(errfree(nullptr), nullptr);
 }
 
-TEST_F(MemoryTest, AppendGoesThroughTheScratchFileAndReadsEmptyFiles) {
-    write_file("new.tmp", "b\n");
-    write_file("main.his", "a\n");
-    append("main.his", "new.tmp");
-    EXPECT_EQ(read_file("main.his"), "a\nb\n");
-    EXPECT_EQ(read_file("APPEND.TMP"), "a\nb\n"); // left in place
-    // A missing destination is reported and becomes a copy of the source.
-    EXPECT_TRUE(
-        has(output_of([] { append("none.his", "new.tmp"); }), "? Unable to open none.his\n"));
-    EXPECT_EQ(read_file("none.his"), "b\n");
-
+TEST_F(MemoryTest, EmptyFilesAndTheTimestamp) {
     write_file("empty.dat", "");
     EXPECT_EQ(take(alloc_file("empty.dat", "test", false)), "");
 

@@ -2,9 +2,11 @@
 // start-up, and builders for the few records the list tests need.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "db/db.h"
 #include "testutil.h"
@@ -63,6 +65,40 @@ class DbTest : public TempDirTest {
         write_two_member_gas();
         write_file("VNKPMNTQ.HIS", "$VERSION 3\n$PAYMENTS\n6-1-2005\t1000\t55\tLEE,AL\tdues\n");
         write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n6-4-2005\t2500\t101\tSMITH,JOHN\tx\n");
+    }
+
+    // Every record of every family as the next start loads it (companions
+    // included), sorted per family; `load` gets what the loading said.
+    static std::string records_after_restart(std::string &load) {
+        fresh_start();
+        load = output_of([] {
+            maybe_read();
+            do_r_flights(true);
+            do_r_gas(true);
+            do_r_payments(true);
+        });
+        std::vector<std::string> families[4];
+        auto add = [](std::vector<std::string> &family, const auto &list, auto print) {
+            for (auto *rec : list)
+                family.push_back(output_of([&] {
+                    print(rec, 0, false, true);
+                    o_newline(0);
+                }));
+        };
+        for (customer *c : db.cust_list) {
+            add(families[0], c->flights, o_flight_struct);
+            add(families[1], c->gas, o_gas_struct);
+            add(families[2], c->misc, o_misc_struct);
+            add(families[3], c->payments, o_payment_struct);
+        }
+        std::string text;
+        for (auto &family : families) {
+            std::sort(family.begin(), family.end());
+            for (const auto &r : family)
+                text += r + "\n";
+            text += "--\n";
+        }
+        return text;
     }
 
     template <class T> static T *zeroed() {

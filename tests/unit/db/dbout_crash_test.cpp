@@ -1,7 +1,6 @@
 // DBOUT ended by a crash, or stopped by a failed file step, at every one of
 // its file steps: after the next start every history family (main file and
 // companion) holds exactly the records of an uninterrupted run, each once.
-#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <vector>
@@ -24,47 +23,11 @@ class DboutCrashTest : public DbTest {
         do_write_database();
     }
 
-    // Every record of every family as the next start loads it (companions
-    // included), sorted per family; duplicate warnings and failed reads
-    // show in the text too.
+    // The records after the next start; duplicate warnings and failed
+    // reads show in the text too.
     static std::string records_after_restart() {
-        fresh_start();
-        std::string load = output_of([] {
-            maybe_read();
-            do_r_flights(true);
-            do_r_gas(true);
-            do_r_payments(true);
-        });
-        std::vector<std::string> families[4];
-        for (customer *c : db.cust_list) {
-            for (flight *f : c->flights)
-                families[0].push_back(output_of([&] {
-                    o_flight_struct(f, 0, false, true);
-                    o_newline(0);
-                }));
-            for (gas *g : c->gas)
-                families[1].push_back(output_of([&] {
-                    o_gas_struct(g, 0, false, true);
-                    o_newline(0);
-                }));
-            for (misc *m : c->misc)
-                families[2].push_back(output_of([&] {
-                    o_misc_struct(m, 0, false, true);
-                    o_newline(0);
-                }));
-            for (payment *p : c->payments)
-                families[3].push_back(output_of([&] {
-                    o_payment_struct(p, 0, false, true);
-                    o_newline(0);
-                }));
-        }
-        std::string text;
-        for (auto &family : families) {
-            std::sort(family.begin(), family.end());
-            for (const auto &r : family)
-                text += r + "\n";
-            text += "--\n";
-        }
+        std::string load;
+        std::string text = DbTest::records_after_restart(load);
         // Only what points at trouble counts from the loading messages. A
         // rewrite given up because its new file had been replaced leaves
         // the records as they were before it, which the comparison checks.
@@ -93,7 +56,7 @@ class DboutCrashTest : public DbTest {
     }
 };
 
-TEST_F(DboutCrashTest, EveryKillPointLeavesEachRecordOnceAfterTheNextStart) {
+TEST_F(DboutCrashTest, EveryKilledOrFailedStepLeavesEachRecordOnceAfterTheNextStart) {
     lay_out_club();
     std::string before = records_after_restart();
     int steps = exit_status_of([] {
@@ -101,6 +64,7 @@ TEST_F(DboutCrashTest, EveryKillPointLeavesEachRecordOnceAfterTheNextStart) {
         _exit((int)file_steps_taken());
     });
     std::string expected = records_after_restart();
+    std::string finished_gas = read_file("VNKGAS.HIS");
     EXPECT_EQ(expected, before); // the rewrite moves records, it loses none
     EXPECT_FALSE(has(expected, "load said")) << expected;
     ASSERT_GT(steps, 40);
@@ -110,67 +74,49 @@ TEST_F(DboutCrashTest, EveryKillPointLeavesEachRecordOnceAfterTheNextStart) {
     // Each kill point twice: the next start finding the files as the kill
     // left them, and finding the temporary files rewritten by entry
     // dialogues first (possible when finishing failed at first), which the
-    // rewrite must not take for its own new files.
-    for (bool entry_ran : {false, true}) {
+    // rewrite must not take for its own new files. Then each step failing.
+    int stopped = 0;
+    for (int pass = 0; pass < 3; pass++) {
+        const FileFault fault = pass < 2 ? FileFault::EXIT : FileFault::FAIL;
+        const bool entry_ran = pass == 1;
         for (int n = 1; n <= steps; n++) {
             lay_out_club();
-            int status = exit_status_of([n] {
-                fresh_start();
-                feed_input("YES\n");
-                file_fault_at(n, FileFault::EXIT);
-                do_write_database();
-            });
-            ASSERT_EQ(status, kFileFaultExitStatus) << "step " << n;
+            ChildRun child = run_in_child(
+                [=] {
+                    fresh_start();
+                    file_fault_at(n, fault);
+                    do_write_database();
+                    return true;
+                },
+                "YES\n");
+            ASSERT_EQ(child.status, pass < 2 ? kFileFaultExitStatus : 0) << "step " << n;
             if (entry_ran) {
                 write_file("VNKGAS.TMP", "$VERSION 2\n$GAS\n");
                 write_file("VNKPMNT.TMP", "$VERSION 3\n$PAYMENTS\n");
                 write_file("VNKFLGHT.TMP", "$VERSION 2\n");
             }
-            SCOPED_TRACE(std::string("killed before file step ") + std::to_string(n) +
-                         (entry_ran ? ", then entry ran" : ""));
+            SCOPED_TRACE((pass < 2 ? "killed before file step " : "failed file step ") +
+                         std::to_string(n) + (entry_ran ? ", then entry ran" : "") + "\n" +
+                         child.out);
+            // A failed rename stops the rewrite; a temporary file that
+            // cannot be written only skips its family.
+            stopped += pass == 2 && has(child.out, "? ");
+            size_t lost = child.out.find("? Could not write");
+            if (lost != std::string::npos) {
+                EXPECT_FALSE(has(child.out.substr(lost), "The old copy"));
+            }
             EXPECT_EQ(records_after_restart(), expected);
             EXPECT_TRUE(only_expected_files());
             EXPECT_FALSE(std::filesystem::exists(kIntentFile));
         }
         // Killed between the pending file and the first rename, the
         // rewrite finds its new files replaced only when entry ran.
-        EXPECT_EQ(given_up_count > 0, entry_ran);
-    }
-}
-
-TEST_F(DboutCrashTest, EveryFailedStepStopsWithAMessageAndLosesNothing) {
-    lay_out_club();
-    std::string expected = records_after_restart();
-    file_fault_at(0, FileFault::NONE);
-    output_of(dbout);
-    long steps = file_steps_taken();
-    std::string finished_gas = read_file("VNKGAS.HIS");
-
-    int stopped = 0;
-    for (long n = 1; n <= steps; n++) {
-        lay_out_club();
-        std::string out = output_of([n] {
-            fresh_start();
-            feed_input("YES\n");
-            file_fault_at(n, FileFault::FAIL);
-            do_write_database();
-        });
-        file_fault_at(0, FileFault::NONE);
-        SCOPED_TRACE("failed file step " + std::to_string(n) + "\n" + out);
-        if (has(out, "? "))
-            stopped++;
-        // A failed rename stops the rewrite; a temporary file that cannot
-        // be written only skips its family.
-        size_t lost = out.find("? Could not write");
-        if (lost != std::string::npos) {
-            EXPECT_FALSE(has(out.substr(lost), "The old copy"));
+        if (pass < 2) {
+            EXPECT_EQ(given_up_count > 0, entry_ran);
         }
-        EXPECT_EQ(records_after_restart(), expected);
-        EXPECT_TRUE(only_expected_files());
     }
     // Every step but the clean-up of the pending file can fail visibly.
-    EXPECT_GE(stopped, (int)steps - 3);
-    RecordProperty("failed_steps", (int)steps);
+    EXPECT_GE(stopped, steps - 3);
     RecordProperty("failed_steps_reported", stopped);
 
     // A failed rename of the old main file leaves the family as it was.
@@ -191,10 +137,7 @@ TEST_F(DboutCrashTest, RefusesToRewriteFromAFileThatCouldNotBeRead) {
         std::filesystem::remove(broken);
         if (std::string(broken) != "VNKCUST.DAT")
             std::filesystem::create_directory(broken); // opens, but cannot be read
-        std::map<std::string, std::string> before;
-        for (const auto &e : std::filesystem::directory_iterator("."))
-            if (e.is_regular_file())
-                before[e.path().filename().string()] = read_file(e.path().string());
+        const auto before = club_files();
         std::string out = output_of([] {
             fresh_start();
             feed_input("");
@@ -204,11 +147,7 @@ TEST_F(DboutCrashTest, RefusesToRewriteFromAFileThatCouldNotBeRead) {
                                  "\" could not be read; the history files were not rewritten.\n"))
             << out;
         EXPECT_FALSE(has(out, "Are you sure")) << out;
-        std::map<std::string, std::string> after;
-        for (const auto &e : std::filesystem::directory_iterator("."))
-            if (e.is_regular_file())
-                after[e.path().filename().string()] = read_file(e.path().string());
-        EXPECT_EQ(after, before) << broken;
+        EXPECT_EQ(club_files(), before) << broken;
     }
 
     // A missing history file holds nothing to lose: the rewrite goes on.

@@ -70,45 +70,22 @@ class RememberTest : public DbTest, public testing::WithParamInterface<Dialogue>
         DbTest::TearDown();
     }
 
-    struct Child {
-        std::string out;
-        int status;
-    };
-
     // Runs the dialogue in a child, after `prepare` (a file size limit, a
-    // fault); returns what it printed, then "steps N" with the file steps
-    // it took, and its exit status.
-    static Child run_dialogue(const Dialogue &d, const std::string &input,
-                              const std::function<void()> &prepare) {
-        int pipe_fds[2];
-        EXPECT_EQ(pipe(pipe_fds), 0);
-        fflush(stdout);
-        pid_t pid = fork();
-        if (pid == 0) {
-            close(pipe_fds[0]);
-            dup2(pipe_fds[1], STDOUT_FILENO);
-            feed_input(input);
-            file_fault_at(0, FileFault::NONE);
-            prepare();
-            d.run();
-            printf("steps %ld\n", file_steps_taken());
-            fflush(stdout);
-            _exit(0);
-        }
-        close(pipe_fds[1]);
-        Child child;
-        char buffer[4096];
-        ssize_t n;
-        while ((n = read(pipe_fds[0], buffer, sizeof buffer)) > 0)
-            child.out.append(buffer, (size_t)n);
-        close(pipe_fds[0]);
-        int status = 0;
-        waitpid(pid, &status, 0);
-        child.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        return child;
+    // fault); what it printed ends with "steps N", the file steps it took.
+    static ChildRun run_dialogue(const Dialogue &d, const std::string &input,
+                                 const std::function<void()> &prepare) {
+        return run_in_child(
+            [&] {
+                file_fault_at(0, FileFault::NONE);
+                prepare();
+                d.run();
+                printf("steps %ld\n", file_steps_taken());
+                return true;
+            },
+            input.c_str());
     }
 
-    static long steps_of(const Child &child) {
+    static long steps_of(const ChildRun &child) {
         size_t at = child.out.rfind("steps ");
         return at == std::string::npos ? -1 : atol(child.out.c_str() + at + 6);
     }
@@ -135,11 +112,7 @@ TEST_P(RememberTest, AFullDiskKeepsHistoryAndTypedLines) {
     const Dialogue &d = GetParam();
     const std::string old = old_history(d);
     write_file(d.history, old);
-    Child child = run_dialogue(d, d.input, [] {
-        signal(SIGXFSZ, SIG_IGN);
-        struct rlimit rl = {8192, 8192};
-        setrlimit(RLIMIT_FSIZE, &rl);
-    });
+    ChildRun child = run_dialogue(d, d.input, [] { fill_disk_at(8192); });
     EXPECT_HISTORY(read_file(d.history), old, child.out);
     EXPECT_EQ(read_file(d.temporary), d.typed) << child.out;
     EXPECT_TRUE(has(child.out, "? Unable to")) << "the failure must be reported:\n" << child.out;
@@ -153,10 +126,13 @@ TEST_P(RememberTest, AFullDiskKeepsHistoryAndTypedLines) {
 
 // Every file step of "Remember" failing, or the program dying there,
 // leaves the history either as it was or with the new lines, never a part,
-// and the typed lines in the temporary file.
-TEST_P(RememberTest, AFailureOrCrashAtAnyStepOfRememberLosesNothing) {
+// and the typed lines in the temporary file. A temporary file that did not
+// reach the disk is never appended (the history would get the previous
+// run's lines again), and the previous one stays as it was.
+TEST_P(RememberTest, AFailureOrCrashAtAnyStepLosesNothing) {
     const Dialogue &d = GetParam();
     const std::string old = old_history(d);
+    const std::string previous = "$VERSION 2\n! lines of an earlier run\n";
     std::string declined = d.input;
     declined.replace(declined.rfind("YES"), 3, "NO");
     write_file(d.history, old);
@@ -167,44 +143,32 @@ TEST_P(RememberTest, AFailureOrCrashAtAnyStepOfRememberLosesNothing) {
     ASSERT_GT(all_steps, typed_steps) << "Remember takes no file steps";
     RecordProperty("remember_steps", (int)(all_steps - typed_steps));
 
-    for (long step = typed_steps + 1; step <= all_steps; step++) {
+    for (long step = 1; step <= all_steps; step++) {
         for (FileFault fault : {FileFault::FAIL, FileFault::EXIT}) {
+            bool typing = step <= typed_steps;
+            if (typing && fault == FileFault::EXIT)
+                continue;
+            SCOPED_TRACE((fault == FileFault::FAIL ? "failed step " : "crash at step ") +
+                         std::to_string(step));
             write_file(d.history, old);
             std::remove(d.temporary);
-            Child child = run_dialogue(d, d.input, [=] { file_fault_at(step, fault); });
+            if (typing)
+                write_file(d.temporary, previous);
+            ChildRun child = run_dialogue(d, d.input, [=] { file_fault_at(step, fault); });
             std::string after = read_file(d.history);
             if (fault == FileFault::FAIL) {
-                EXPECT_HISTORY(after, old, child.out) << "failed step " << step;
+                EXPECT_HISTORY(after, old, child.out);
                 EXPECT_EQ(child.status, 0);
             } else {
-                EXPECT_TRUE(after == old || after == old + d.typed) << "crash at step " << step;
+                EXPECT_TRUE(after == old || after == old + d.typed);
                 EXPECT_EQ(child.status, kFileFaultExitStatus);
             }
-            EXPECT_EQ(read_file(d.temporary), d.typed) << "step " << step;
+            EXPECT_EQ(read_file(d.temporary), typing ? previous : d.typed);
+            if (typing) {
+                EXPECT_FALSE(has(child.out, "Remember")) << child.out;
+                EXPECT_TRUE(has(child.out, "? Unable to")) << child.out;
+            }
         }
-    }
-}
-
-// A temporary file that did not reach the disk is never appended: the
-// history would otherwise get the previous run's lines again. The previous
-// temporary file stays as it was.
-TEST_P(RememberTest, ATemporaryFileThatFailedIsNotRemembered) {
-    const Dialogue &d = GetParam();
-    const std::string old = old_history(d);
-    const std::string previous = "$VERSION 2\n! lines of an earlier run\n";
-    std::string declined = d.input;
-    declined.replace(declined.rfind("YES"), 3, "NO");
-    write_file(d.history, old);
-    long typed_steps = steps_of(run_dialogue(d, declined, [] {}));
-    ASSERT_GT(typed_steps, 0);
-
-    for (long step = 1; step <= typed_steps; step++) {
-        write_file(d.temporary, previous);
-        Child child = run_dialogue(d, d.input, [=] { file_fault_at(step, FileFault::FAIL); });
-        EXPECT_HISTORY(read_file(d.history), old, child.out) << "failed step " << step;
-        EXPECT_EQ(read_file(d.temporary), previous) << "failed step " << step;
-        EXPECT_FALSE(has(child.out, "Remember")) << child.out;
-        EXPECT_TRUE(has(child.out, "? Unable to")) << child.out;
     }
 }
 

@@ -3,8 +3,9 @@
 aiosmtpd_relay.py DIR SECONDS CERT KEY USER PASSWORD MODE MECHANISM [stall]
 
 MODE "starttls" requires STARTTLS before anything else; "tls" speaks TLS from
-the first byte. Authentication is required, with MECHANISM (LOGIN or PLAIN)
-the only one offered, and succeeds only for USER with PASSWORD. Prints
+the first byte; "plain" neither, nor a login, and records the code of every
+reply it sends in DIR/replies, one a line. Otherwise authentication is
+required, with MECHANISM (LOGIN or PLAIN) the only one offered, and succeeds only for USER with PASSWORD. Prints
 "PORT <n>" once it listens on 127.0.0.1 and serves any number of
 connections until SECONDS have passed or DIR/stop exists. Message N (from 1)
 is recorded as DIR/N.envelope (sender, then each recipient, one a line) and
@@ -37,6 +38,8 @@ class StallingSMTP(SMTP):
             return
         await super().push(status)
         text = status if isinstance(status, str) else status.decode()
+        if self.event_handler.plain:
+            self.event_handler.write("replies", text[:3].encode() + b"\n")
         if self.stall and text.startswith("535"):
             StallingSMTP.silent = True
 
@@ -82,6 +85,7 @@ class Recorder:
 
 async def serve(path, deadline, cert, key, user, password, mode, mechanism, stall=""):
     recorder = Recorder(path, user, password)
+    recorder.plain = mode == "plain"
     context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
     context.load_cert_chain(cert, key)
     excluded = [m for m in ("LOGIN", "PLAIN") if m != mechanism]
@@ -91,7 +95,7 @@ async def serve(path, deadline, cert, key, user, password, mode, mechanism, stal
 
     def protocol():
         return StallingSMTP(recorder, hostname="relay.test", timeout=deadline, authenticator=recorder,
-                    auth_required=True, auth_exclude_mechanism=excluded,
+                    auth_required=mode != "plain", auth_exclude_mechanism=excluded,
                     tls_context=context if mode == "starttls" else None,
                     require_starttls=mode == "starttls", auth_require_tls=mode == "starttls")
 

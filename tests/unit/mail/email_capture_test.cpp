@@ -14,17 +14,6 @@ const std::array<std::string, 6> ACCEPTING = {"220 hi\r\n", "250 hello\r\n",  "2
 const std::array<std::string, 6> REFUSING = {"220 hi\r\n", "550 no\r\n", "250 ok\r\n",
                                              "354 go\r\n", "250 q\r\n",  "250 bye\r\n"};
 
-// The header the capture asks for: the recipient is its own display name,
-// the sender is "VARNOK" and also the Reply-To.
-std::string capture_dialogue(const std::string &server, const std::string &body) {
-    return helo(server) + MAIL + RCPT +
-           "DATA\r\nDATE: *\r\nFROM: \"VARNOK\"<club@example.org>\r\n"
-           "To: member@example.org<member@example.org>\r\nCc: \r\n"
-           "Subject: Your statement\r\nReply-To: club@example.org\r\n"
-           "MIME-Version: 1.0\r\nContent-type: text/plain; charset=US-ASCII\r\n\r\n" +
-           body + "\r\n.\r\nQUIT\r\n";
-}
-
 class EmailCapture : public TempDirTest {
   protected:
     void TearDown() override {
@@ -59,7 +48,7 @@ TEST_F(EmailCapture, WriterOutputGoesOutAfterThreeEmptyLinesAndLaterOutputStaysI
     EXPECT_EQ(get_o_file(), stdout);
     EXPECT_EQ(o.out, ""); // nothing of the writer's reached the console
     EXPECT_EQ(content, "\n\n\nBalance:      $12.34\n");
-    EXPECT_EQ(o.wire, capture_dialogue(o.server, "\r\n\r\n\r\nBalance:      $12.34\r\n"));
+    EXPECT_EQ(o.wire, whole_dialogue(o.server, "\r\n\r\n\r\nBalance:      $12.34\r\n"));
     EXPECT_EQ(read_file("VNKEMAIL.TMP"), "after the last message\n");
 }
 

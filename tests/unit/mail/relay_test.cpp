@@ -82,16 +82,7 @@ TEST_F(Relay, DeliversIntactWithStarttlsOrTlsAndEitherLogin) {
         // The lone "." and the ".." line arrive as written: the dots were
         // stuffed on the wire and taken out again by the server.
         EXPECT_EQ(message.substr(body + 4), SENT_BODY);
-        EXPECT_EQ(header_field(message, "From"), "\"VARNOK\" <club@example.org>");
-        EXPECT_EQ(header_field(message, "To"), "<member@example.org>");
-        EXPECT_EQ(header_field(message, "Reply-To"), "<club@example.org>");
-        EXPECT_EQ(header_field(message, "Subject"), "Your statement");
-        EXPECT_EQ(header_field(message, "MIME-Version"), "1.0");
-        EXPECT_EQ(header_field(message, "Content-Type"), "text/plain; charset=UTF-8");
-        std::string date = header_field(message, "Date");
-        struct tm when {};
-        const char *end = strptime(date.c_str(), "%a, %d %b %Y %H:%M:%S +0000", &when);
-        EXPECT_TRUE(end != nullptr && *end == '\0') << date;
+        // The other header fields are checked by the SEND-BY-EMAIL transcript.
         EXPECT_TRUE(has(header_field(message, "Message-ID"), "@example.org>"));
     }
 }
@@ -114,10 +105,7 @@ TEST_F(Relay, AnAttachmentGoesAsOneFileBesideTheUnchangedText) {
     EXPECT_EQ(read_file("1.parts"), "text/plain \napplication/pdf statement-ABLE-5-31-2005.pdf\n");
     EXPECT_EQ(read_file("1.pdf"), file.data);
     EXPECT_EQ(read_file("1.body"), "Dear member,\n.\n..two dots\nlast line\n");
-    std::string message = "\r\n" + read_file("1.content");
-    EXPECT_EQ(header_field(message, "Subject"), "Your statement");
-    EXPECT_EQ(header_field(message, "Reply-To"), "<club@example.org>");
-    EXPECT_EQ(header_field(message, "MIME-Version"), "1.0");
+    EXPECT_EQ(header_field("\r\n" + read_file("1.content"), "Subject"), "Your statement");
 }
 
 TEST_F(Relay, CredentialsComeFromNetrcWhenTheEnvironmentHasNone) {
@@ -136,26 +124,19 @@ TEST_F(Relay, CredentialsComeFromNetrcWhenTheEnvironmentHasNone) {
     EXPECT_TRUE(std::filesystem::exists("1.content"));
 }
 
-TEST_F(Relay, RefusalsPrintOneLineWithTheReplyAndNeverTheSecret) {
+TEST_F(Relay, AnUntrustedCertificateOrABadSettingIsRefusedBeforeAnyLogin) {
     unsigned port = start("starttls", "LOGIN");
     std::string server = "smtp://127.0.0.1:" + std::to_string(port);
     std::string out;
 
-    setenv("VARNOK_SMTP_PASSWORD", "wrong-pw", 1);
-    EXPECT_FALSE(send(server, out));
-    EXPECT_EQ(out.rfind("? Mail relay " + server + " refused the message: 535", 0), 0u) << out;
-    EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
-    EXPECT_FALSE(has(out, "wrong-pw") || has(out, "treasurer")) << out;
-    EXPECT_EQ(read_file("refused"), "LOGIN\n");
-
-    // Without the club's own CA the self-signed certificate is refused
-    // before any password is sent.
-    setenv("VARNOK_SMTP_PASSWORD", "s3cret-pw", 1);
+    // (A wrong password is the refused-relay transcript's.) Without the
+    // club's own CA the self-signed certificate is refused before any
+    // password is sent.
     unsetenv("VARNOK_SMTP_CAFILE");
     EXPECT_FALSE(send(server, out));
     EXPECT_EQ(out.rfind("? Mail relay " + server, 0), 0u) << out;
     EXPECT_TRUE(has(out, "certificate")) << out;
-    EXPECT_EQ(read_file("refused"), "LOGIN\n");
+    EXPECT_FALSE(std::filesystem::exists("refused"));
     stop();
     EXPECT_FALSE(std::filesystem::exists("1.content"));
 
@@ -167,19 +148,40 @@ TEST_F(Relay, RefusalsPrintOneLineWithTheReplyAndNeverTheSecret) {
     EXPECT_TRUE(has(out, "is not smtp://host[:port]")) << out;
 }
 
+// The legacy client at a real server without TLS or log-in: HELO (sent
+// before the greeting was read) and MAIL FROM pass; the RCPT line without
+// its closing bracket is a syntax error, so DATA is refused and the header
+// lines are unknown commands. Nothing is delivered.
+TEST_F(Relay, TheLegacyRecipientLineIsRefusedAndWithItTheMessage) {
+    std::string server = "127.0.0.1:" + std::to_string(start("plain", "LOGIN"));
+    std::string out;
+    EXPECT_FALSE(send(server, out));
+    stop();
+    EXPECT_FALSE(has(out, "at send")) << out;
+    EXPECT_EQ(read_file("replies").substr(0, 24), "220\n250\n250\n501\n503\n500\n");
+    EXPECT_FALSE(std::filesystem::exists("1.content"));
+}
+
 TEST_F(Relay, ARelayThatNeverAnswersFailsWithinTheLimit) {
-    // The kernel completes the connection; nobody ever says a word.
+    // The kernel completes the connection; nobody ever says a word. The
+    // legacy client's first reply waited for takes the whole limit, the
+    // others none.
     unsigned short port = 0;
     int listener = peer::loopback_socket(true, port);
     smtp_set_time_limit(1);
-    for (const char *scheme : {"smtp://", "smtps://"}) {
+    for (const char *scheme : {"", "smtp://", "smtps://"}) {
         std::string server = scheme + std::string("127.0.0.1:") + std::to_string(port);
         auto begun = std::chrono::steady_clock::now();
         std::string out;
         EXPECT_FALSE(send(server, out));
         auto took = std::chrono::steady_clock::now() - begun;
-        EXPECT_LT(took, std::chrono::seconds(10)) << scheme;
-        EXPECT_EQ(out.rfind("? Mail relay " + server + " failed: ", 0), 0u) << out;
+        EXPECT_LT(took, std::chrono::seconds(*scheme ? 10 : 3)) << scheme;
+        if (*scheme) {
+            EXPECT_EQ(out.rfind("? Mail relay " + server + " failed: ", 0), 0u) << out;
+        } else {
+            EXPECT_GE(took, std::chrono::milliseconds(900));
+            EXPECT_TRUE(has(out, "at connect")) << out;
+        }
     }
     close(listener);
 }

@@ -60,23 +60,11 @@ class RemoveRewriteTest : public DbTest {
         rmv_flights();
     }
 
-    // Every flight as the next start loads it, companion included.
+    // Every record as the next start loads it, companions included.
     static std::string flights_after_restart() {
-        fresh_start();
-        std::string load = output_of([] {
-            maybe_read();
-            do_r_flights(true);
-        });
-        std::string text;
-        for (customer *c : db.cust_list)
-            for (flight *f : c->flights)
-                text += output_of([f] {
-                    o_flight_struct(f, 0, false, true);
-                    o_newline(0);
-                });
-        if (has(load, "? "))
-            text += "load said: " + load;
-        return text;
+        std::string load;
+        std::string text = records_after_restart(load);
+        return has(load, "? ") ? text + "load said: " + load : text;
     }
 
     // A temporary of the whole-file rewrite left behind is half a file,
@@ -125,42 +113,34 @@ TEST_F(RemoveRewriteTest, EveryFailedOrKilledStepLeavesOldOrNewFilesNeverAFragme
     for (FileFault fault : {FileFault::FAIL, FileFault::EXIT}) {
         for (long n = 1; n <= steps; n++) {
             lay_out_club();
-            std::string out;
-            bool renamed = false;
-            if (fault == FileFault::FAIL) {
-                flights_rename_step = 0;
-                out = output_of([n] {
+            bool failed = fault == FileFault::FAIL;
+            ChildRun child = run_in_child(
+                [=] {
                     fresh_start();
-                    feed_input(kRemoveInput);
-                    file_fault_at(n, FileFault::FAIL);
+                    file_fault_at(n, fault);
                     file_step_observer(note_flights_rename);
+                    flights_rename_step = 0;
                     rmv_flights();
-                    file_step_observer(nullptr);
-                });
-                file_fault_at(0, FileFault::NONE);
-                renamed = flights_rename_step != 0 && flights_rename_step != n;
-            } else {
-                ASSERT_EQ(exit_status_of([n] {
-                              fresh_start();
-                              feed_input(kRemoveInput);
-                              file_fault_at(n, FileFault::EXIT);
-                              rmv_flights();
-                          }),
-                          kFileFaultExitStatus);
-                renamed = n > clean_rename_step;
-            }
-            SCOPED_TRACE(std::string(fault == FileFault::FAIL ? "failed" : "killed at") +
-                         " file step " + std::to_string(n) + "\n" + out);
+                    printf("\nrenamed at %ld\n", flights_rename_step);
+                    return true;
+                },
+                kRemoveInput);
+            ASSERT_EQ(child.status, failed ? 0 : kFileFaultExitStatus);
+            size_t at = child.out.rfind("renamed at ");
+            long renamed_at = at == std::string::npos ? 0 : atol(child.out.c_str() + at + 11);
+            bool renamed = failed ? renamed_at != 0 && renamed_at != n : n > clean_rename_step;
+            SCOPED_TRACE(std::string(failed ? "failed" : "killed at") + " file step " +
+                         std::to_string(n) + "\n" + child.out);
             // Until the new day sheet history is renamed into place, every
             // history file holds exactly what it held before.
             EXPECT_EQ(histories(), renamed ? after : before);
-            if (fault == FileFault::FAIL) {
+            if (failed) {
                 EXPECT_EQ(fragments(), "");
             }
 
             // The next start finishes or forgets the rewrite as a whole.
             std::string flights = flights_after_restart();
-            if (fault == FileFault::FAIL) {
+            if (failed) {
                 EXPECT_EQ(flights, renamed ? flights_after : flights_before);
             } else {
                 EXPECT_TRUE(flights == flights_before || flights == flights_after) << flights;

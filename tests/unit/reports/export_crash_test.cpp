@@ -23,14 +23,6 @@ class ExportCrashTest : public DbTest {
         w_quickbooks();
         close_o_file(file, "QB.IIF", "output");
     }
-
-    static std::map<std::string, std::string> club_files() {
-        std::map<std::string, std::string> files;
-        for (const auto &e : fs::directory_iterator("."))
-            if (e.path().extension() != ".LIS")
-                files[e.path().filename().string()] = read_file(e.path());
-        return files;
-    }
 };
 
 TEST_F(ExportCrashTest, EveryKillPointAndFailedStepExportsAllOrNothing) {
