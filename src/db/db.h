@@ -450,7 +450,7 @@ void finish_pending_rewrite();
 // then every record `keep` takes (given its customer and whether it was
 // read from the "QU" file), in the file form.
 enum class HistoryKind { GAS, PAYMENTS, FLIGHTS };
-void write_history(HistoryKind kind,
+bool write_history(FILE *out, HistoryKind kind,
                    const std::function<bool(const customer *, bool exported)> &keep);
 bool history_has(HistoryKind kind,
                  const std::function<bool(const customer *, bool exported)> &keep);
@@ -468,6 +468,8 @@ const FileReadNote *file_read_note(const char *name); // nullptr: never read
 // ---- Transaction record printing ------------------------------------------------
 
 void o_date(const char *date_text, int column, bool flag);
+// A record's date as the history files and statements show it, "m-d-yyyy".
+const char *record_date_text(date_t date);
 void o_customer_name(const customer *c, int column, bool flag);
 void o_misc_struct(const misc *m, int indent, bool date_flag, bool tabbed);
 void o_gas_struct(const gas *g, int indent, bool date_flag, bool tabbed);

@@ -1,0 +1,291 @@
+// The history files' own form, written straight from the records: the
+// family's heading, then one tab-separated line per record. The export and
+// DBOUT write every record of the period through here, so a line is built
+// in a buffer without the column formatter, with the same bytes the
+// formatter's tabbed form gives.
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "conio/iosubs.h"
+#include "db/db.h"
+
+namespace {
+
+using Keep = std::function<bool(const customer *, bool exported)>;
+
+void text(std::string &line, const char *s) {
+    if (s != nullptr)
+        line += s;
+}
+
+void number(std::string &line, long n) {
+    char buf[24];
+    line.append(buf, static_cast<size_t>(snprintf(buf, sizeof buf, "%ld", n)));
+}
+
+void tab(std::string &line) {
+    line += '\t';
+}
+
+// Receipt numbers stand in for the name of a walk-in customer.
+void account(std::string &line, int32_t invoice, const customer *c) {
+    if (invoice != 0) {
+        line += '#';
+        number(line, invoice);
+    } else if (c != nullptr) {
+        text(line, c->lastname);
+        line += ',';
+        text(line, c->firstname);
+    }
+}
+
+void tenths(std::string &line, long value) {
+    long magnitude = value < 0 ? -value : value;
+    if (value < 0)
+        line += '-';
+    number(line, magnitude / 10);
+    line += '.';
+    number(line, magnitude % 10);
+}
+
+void clock(std::string &line, long minutes) {
+    char buf[48];
+    line.append(buf, static_cast<size_t>(
+                         snprintf(buf, sizeof buf, "%ld:%02ld", minutes / 60, minutes % 60)));
+}
+
+void line_of(std::string &line, const flight *f) {
+    line += record_date_text(f->date);
+    tab(line);
+    number(line, f->number);
+    tab(line);
+    account(line, f->invoice, f->customer);
+    tab(line);
+    text(line, f->plane);
+    tab(line);
+    text(line, f->pilot);
+    tab(line);
+    int type = f->type;
+    char id = type >= 0 && type <= 5 ? flight_type_id[type] : 'U';
+    if (id != '\0')
+        line += id;
+    tab(line);
+    text(line, f->cfi);
+    tab(line);
+    text(line, f->passenger);
+    tab(line);
+    text(line, f->towpilot);
+    tab(line);
+    text(line, f->towplane ? f->towplane->tugname : "");
+    tab(line);
+    tenths(line, f->towheight);
+    tab(line);
+    clock(line, f->start);
+    tab(line);
+    clock(line, f->end);
+    tab(line);
+}
+
+void line_of(std::string &line, const gas *g) {
+    line += record_date_text(g->date);
+    tab(line);
+    number(line, g->sheet);
+    tab(line);
+    number(line, g->line);
+    tab(line);
+    account(line, g->invoice, g->customer);
+    tab(line);
+    number(line, g->charge);
+    tab(line);
+    text(line, g->grade);
+    tab(line);
+    tenths(line, g->gallons);
+    tab(line);
+    text(line, g->plane);
+    tab(line);
+    text(line, g->pilot);
+}
+
+void line_of(std::string &line, const misc *m) {
+    line += record_date_text(m->date);
+    tab(line);
+    number(line, m->sheet);
+    tab(line);
+    number(line, m->line);
+    tab(line);
+    account(line, m->invoice, m->customer);
+    tab(line);
+    line += m->taxable ? 'Y' : 'N';
+    tab(line);
+    number(line, m->charge);
+    tab(line);
+    text(line, m->why);
+}
+
+void line_of(std::string &line, const payment *p) {
+    line += record_date_text(p->date);
+    tab(line);
+    number(line, p->amount);
+    tab(line);
+    number(line, p->check);
+    tab(line);
+    account(line, 0, p->customer);
+    tab(line);
+    text(line, p->note);
+}
+
+// The headings of each family's file, each line with its end.
+const char kGasHeading[] = "$VERSION 2\n";
+const char kMiscSection[] =
+    "$MISC\n!Date\t\tSheet\tLine\tAccount\t\tTax\tCents\tCharge (credit) is for\n";
+const char kGasSection[] =
+    "$GAS\n!Date\t\tSheet\tLine\tAccount\t\tCents\tGrade\tGallons\tPlane\tPilot\n";
+const char kPaymentsHeading[] = "$VERSION 3\n$PAYMENTS\n!Date\tCents\tCheck\tAccount\t\tNote\n";
+const char kFlightsHeading[] =
+    "$VERSION 2\n!Date\t\tNumber\tAccount\t\t\tPlane\tPilot\tType\tCFI\tPass\n";
+
+// Lines gather in a buffer written a block at a time; a heading goes out
+// only once a record follows it, unless the file must have one anyway.
+class Writer {
+  public:
+    Writer(FILE *out, const Keep &keep) : out_(out), keep_(keep) {}
+    ~Writer() { flush(); }
+
+    void heading(const char *lines) { buf_ += lines; }
+
+    // Every customer's records of one list that `keep` takes, in customer
+    // order; `lead` goes before the first of them.
+    template <class T> void records(T *customer::*list, const char *lead = "") {
+        for (const customer *c = db.cust_list; c != nullptr; c = c->next) {
+            if (c->*list == nullptr)
+                continue;
+            bool keep_live = keep_(c, false), keep_exported = keep_(c, true);
+            if (!keep_live && !keep_exported)
+                continue;
+            for (const T *rec = c->*list; rec != nullptr; rec = rec->next) {
+                if (!(rec->exported ? keep_exported : keep_live))
+                    continue;
+                if (count_++ == 0)
+                    buf_ += lead;
+                line_of(buf_, rec);
+                buf_ += '\n';
+                if (buf_.size() >= kBlock)
+                    flush();
+            }
+        }
+    }
+
+    long count() const { return count_; }
+    bool ok() const { return ok_; }
+    void flush() {
+        if (!buf_.empty() && fwrite(buf_.data(), 1, buf_.size(), out_) != buf_.size())
+            ok_ = false;
+        buf_.clear();
+    }
+
+  private:
+    static constexpr size_t kBlock = 1 << 16;
+    FILE *out_;
+    const Keep &keep_;
+    std::string buf_;
+    long count_ = 0;
+    bool ok_ = true;
+};
+
+// The family's records `keep` takes with their heading; with
+// `always_heading`, the heading alone when no record is taken.
+bool write_family(FILE *out, HistoryKind kind, const Keep &keep, bool always_heading) {
+    Writer w(out, keep);
+    std::string lead;
+    switch (kind) {
+    case HistoryKind::GAS: {
+        // The misc section comes first; the fuel section follows it
+        // whenever the file has any record.
+        lead = std::string(kGasHeading) + kMiscSection;
+        if (always_heading)
+            w.heading(lead.c_str());
+        w.records(&customer::misc, always_heading ? "" : lead.c_str());
+        if (always_heading || w.count() > 0)
+            w.heading(kGasSection);
+        else
+            lead += kGasSection;
+        w.records(&customer::gas, always_heading || w.count() > 0 ? "" : lead.c_str());
+        break;
+    }
+    case HistoryKind::PAYMENTS:
+        if (always_heading)
+            w.heading(kPaymentsHeading);
+        w.records(&customer::payments, always_heading ? "" : kPaymentsHeading);
+        break;
+    case HistoryKind::FLIGHTS:
+        if (always_heading)
+            w.heading(kFlightsHeading);
+        w.records(&customer::flights, always_heading ? "" : kFlightsHeading);
+        break;
+    }
+    w.flush();
+    return w.ok() && (always_heading || w.count() > 0);
+}
+
+template <class T> bool any_record(T *customer::*list, const Keep &keep) {
+    for (const customer *c = db.cust_list; c != nullptr; c = c->next) {
+        if (c->*list == nullptr)
+            continue;
+        bool keep_live = keep(c, false), keep_exported = keep(c, true);
+        for (const T *rec = c->*list; rec != nullptr; rec = rec->next)
+            if (rec->exported ? keep_exported : keep_live)
+                return true;
+    }
+    return false;
+}
+
+} // namespace
+
+const char *record_date_text(date_t date) {
+    // A period's records share a few dozen dates: each is worked out once.
+    static date_t last = 0;
+    static char text[48] = "";
+    static bool known = false;
+    if (!known || date != last) {
+        int month = 0, day = 0, year = 0;
+        parse_date(i_convertTimeToString(date), &month, &day, &year);
+        snprintf(text, sizeof text, "%d-%d-%d", month, day, year);
+        last = date;
+        known = true;
+    }
+    return text;
+}
+
+bool history_has(HistoryKind kind, const Keep &keep) {
+    switch (kind) {
+    case HistoryKind::GAS:
+        return any_record(&customer::gas, keep) || any_record(&customer::misc, keep);
+    case HistoryKind::PAYMENTS:
+        return any_record(&customer::payments, keep);
+    case HistoryKind::FLIGHTS:
+        return any_record(&customer::flights, keep);
+    }
+    return false;
+}
+
+bool write_history(FILE *out, HistoryKind kind, const Keep &keep) {
+    write_family(out, kind, keep, true);
+    return ferror(out) == 0;
+}
+
+bool stage_history(FileTransaction &t, const char *name, HistoryKind kind, const Keep &keep,
+                   const char *before) {
+    SafeFile sf;
+    if (safe_open(sf, name) == nullptr)
+        return false;
+    bool ok = before == nullptr || copyfile(before, sf.fp);
+    bool wrote = ok && write_family(sf.fp, kind, keep, false);
+    if (ok && !wrote && before == nullptr)
+        fputs("!Start of billing cycle\n", sf.fp);
+    if (!ok || ferror(sf.fp)) {
+        safe_abort(sf);
+        return false;
+    }
+    return t.place(sf);
+}
