@@ -460,6 +460,11 @@ bool history_has(HistoryKind kind,
 bool stage_history(FileTransaction &t, const char *name, HistoryKind kind,
                    const std::function<bool(const customer *, bool exported)> &keep,
                    const char *before = nullptr);
+// Stages in `t` the move of the records `moving` takes (it is asked about
+// records not yet exported) from the family's history file to the end of
+// its "QU" file; the history keeps the rest, or starts afresh.
+bool stage_move_to_qu(FileTransaction &t, HistoryKind kind,
+                      const std::function<bool(const customer *, bool exported)> &moving);
 // Where every closed period is kept, one folder per closing.
 inline constexpr char kPeriodsFolder[] = "periods";
 void note_file_read(const char *name, bool unreadable, int bad_lines);
@@ -468,6 +473,10 @@ const FileReadNote *file_read_note(const char *name); // nullptr: never read
 // ---- Transaction record printing ------------------------------------------------
 
 void o_date(const char *date_text, int column, bool flag);
+// The lines a sheet being entered starts with, each with its end: the
+// version, the section and the column names.
+enum class HistoryHeading { DAY_SHEET, FUEL_SHEET, MISC_SHEET, PAYMENTS };
+const char *history_heading(HistoryHeading h);
 // A record's date as the history files and statements show it, "m-d-yyyy".
 const char *record_date_text(date_t date);
 void o_customer_name(const customer *c, int column, bool flag);

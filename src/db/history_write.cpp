@@ -3,9 +3,11 @@
 // DBOUT write every record of the period through here, so a line is built
 // in a buffer without the column formatter, with the same bytes the
 // formatter's tabbed form gives.
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <sys/stat.h>
 
 #include "conio/iosubs.h"
 #include "db/db.h"
@@ -21,7 +23,7 @@ void text(std::string &line, const char *s) {
 
 void number(std::string &line, long n) {
     char buf[24];
-    line.append(buf, static_cast<size_t>(snprintf(buf, sizeof buf, "%ld", n)));
+    line.append(buf, std::to_chars(buf, buf + sizeof buf, n).ptr);
 }
 
 void tab(std::string &line) {
@@ -49,10 +51,14 @@ void tenths(std::string &line, long value) {
     number(line, magnitude % 10);
 }
 
+// "%ld:%02ld" of the hours and minutes, a negative remainder unpadded.
 void clock(std::string &line, long minutes) {
-    char buf[48];
-    line.append(buf, static_cast<size_t>(
-                         snprintf(buf, sizeof buf, "%ld:%02ld", minutes / 60, minutes % 60)));
+    number(line, minutes / 60);
+    line += ':';
+    long rest = minutes % 60;
+    if (rest >= 0 && rest < 10)
+        line += '0';
+    number(line, rest);
 }
 
 void line_of(std::string &line, const flight *f) {
@@ -135,8 +141,7 @@ void line_of(std::string &line, const payment *p) {
     text(line, p->note);
 }
 
-// The headings of each family's file, each line with its end.
-const char kGasHeading[] = "$VERSION 2\n";
+const char kVersion2[] = "$VERSION 2\n";
 const char kMiscSection[] =
     "$MISC\n!Date\t\tSheet\tLine\tAccount\t\tTax\tCents\tCharge (credit) is for\n";
 const char kGasSection[] =
@@ -144,6 +149,11 @@ const char kGasSection[] =
 const char kPaymentsHeading[] = "$VERSION 3\n$PAYMENTS\n!Date\tCents\tCheck\tAccount\t\tNote\n";
 const char kFlightsHeading[] =
     "$VERSION 2\n!Date\t\tNumber\tAccount\t\t\tPlane\tPilot\tType\tCFI\tPass\n";
+// A day sheet being entered has always had its own column line.
+const char kSheetHeading[] =
+    "$VERSION 2\n!Date\tNumber\tAccount\t\tPlane\tPilot\tType\tCFI\tPass\n";
+const std::string kFuelSheetHeading = std::string(kVersion2) + kGasSection;
+const std::string kMiscSheetHeading = std::string(kVersion2) + kMiscSection;
 
 // Lines gather in a buffer written a block at a time; a heading goes out
 // only once a record follows it, unless the file must have one anyway.
@@ -202,7 +212,7 @@ bool write_family(FILE *out, HistoryKind kind, const Keep &keep, bool always_hea
     case HistoryKind::GAS: {
         // The misc section comes first; the fuel section follows it
         // whenever the file has any record.
-        lead = std::string(kGasHeading) + kMiscSection;
+        lead = kMiscSheetHeading;
         if (always_heading)
             w.heading(lead.c_str());
         w.records(&customer::misc, always_heading ? "" : lead.c_str());
@@ -241,6 +251,20 @@ template <class T> bool any_record(T *customer::*list, const Keep &keep) {
 }
 
 } // namespace
+
+const char *history_heading(HistoryHeading h) {
+    switch (h) {
+    case HistoryHeading::DAY_SHEET:
+        return kSheetHeading;
+    case HistoryHeading::FUEL_SHEET:
+        return kFuelSheetHeading.c_str();
+    case HistoryHeading::MISC_SHEET:
+        return kMiscSheetHeading.c_str();
+    case HistoryHeading::PAYMENTS:
+        return kPaymentsHeading;
+    }
+    return "";
+}
 
 const char *record_date_text(date_t date) {
     // A period's records share a few dozen dates: each is worked out once.
@@ -288,4 +312,21 @@ bool stage_history(FileTransaction &t, const char *name, HistoryKind kind, const
         return false;
     }
     return t.place(sf);
+}
+
+bool stage_move_to_qu(FileTransaction &t, HistoryKind kind, const Keep &moving) {
+    const char *history = kind == HistoryKind::GAS        ? db.gashistfile
+                          : kind == HistoryKind::PAYMENTS ? db.payhistfile
+                                                          : db.daysheetfile;
+    const char *qu = kind == HistoryKind::GAS        ? db.gashistqufile
+                     : kind == HistoryKind::PAYMENTS ? db.payhistqufile
+                                                     : db.daysheetqufile;
+    struct stat st;
+    if (stat(history, &st) != 0 || !history_has(kind, moving))
+        return true; // nothing of it moves
+    bool had_qu = stat(qu, &st) == 0;
+    return stage_history(t, qu, kind, moving, had_qu ? qu : nullptr) &&
+           stage_history(t, history, kind, [&moving](const customer *c, bool exported) {
+               return !exported && !moving(c, false);
+           });
 }

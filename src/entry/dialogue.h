@@ -13,8 +13,9 @@
 // Makes `name` the output destination, replacing what it held; false when
 // it cannot be opened (the formatter has reported it).
 bool open_temporary(const char *name, const char *kind);
-// One line of text (a directive or a heading) into the temporary file.
-void temporary_line(const char *text);
+// The version and heading lines (each ending in a line end) into the
+// temporary file.
+void temporary_heading(const char *lines);
 // Ends the record line just printed into the temporary file.
 void end_record();
 // Closes the temporary file; false when its lines did not reach the disk

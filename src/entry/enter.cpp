@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -64,9 +65,11 @@ bool open_temporary(const char *name, const char *kind) {
     return true;
 }
 
-void temporary_line(const char *text) {
-    o_lstring(text, 0, false);
-    o_newline(0);
+void temporary_heading(const char *lines) {
+    for (const char *end; (end = strchr(lines, '\n')) != nullptr; lines = end + 1) {
+        o_lstring(std::string(lines, end).c_str(), 0, false);
+        o_newline(0);
+    }
 }
 
 void end_record() {

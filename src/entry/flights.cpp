@@ -169,8 +169,7 @@ bool start_day_sheet() {
 
     if (!open_temporary(db.daytempfile, "day sheet"))
         return false;
-    temporary_line("$VERSION 2");
-    temporary_line("!Date\tNumber\tAccount\t\tPlane\tPilot\tType\tCFI\tPass");
+    temporary_heading(history_heading(HistoryHeading::DAY_SHEET));
     return true;
 }
 

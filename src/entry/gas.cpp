@@ -77,9 +77,7 @@ void do_gas() {
     g.sheet = ask_sheet();
     if (!open_temporary(db.gastempfile, "gas"))
         return;
-    temporary_line("$VERSION 2");
-    temporary_line("$GAS");
-    temporary_line("!Date\t\tSheet\tLine\tAccount\t\tCents\tGrade\tGallons\tPlane\tPilot");
+    temporary_heading(history_heading(HistoryHeading::FUEL_SHEET));
 
     int next = 1;
     for (;;) {

@@ -142,9 +142,7 @@ void do_misc(bool is_charge) {
     m.sheet = ask_sheet();
     if (!open_temporary(db.gastempfile, "gas and misc charges"))
         return;
-    temporary_line("$VERSION 2");
-    temporary_line("$MISC");
-    temporary_line("!Date\t\tSheet\tLine\tAccount\t\tTax\tCents\tCharge (credit) is for");
+    temporary_heading(history_heading(HistoryHeading::MISC_SHEET));
 
     int next = 1;
     for (;;) {

@@ -63,9 +63,7 @@ void do_payments() {
     if (!settle_pending_sheet(db.paytempfile, db.payhistfile, db.payhistqufile, drop_payments) ||
         !open_temporary(db.paytempfile, "payments"))
         return;
-    temporary_line("$VERSION 3");
-    temporary_line("$PAYMENTS");
-    temporary_line("!Date\tCents\tCheck\tAccount\t\tNote");
+    temporary_heading(history_heading(HistoryHeading::PAYMENTS));
 
     WorkingPayment w;
     payment &p = w.p;
