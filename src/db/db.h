@@ -460,6 +460,13 @@ bool history_has(HistoryKind kind,
 bool stage_history(FileTransaction &t, const char *name, HistoryKind kind,
                    const std::function<bool(const customer *, bool exported)> &keep,
                    const char *before = nullptr);
+// The family's history file and its "QU" companion.
+const char *history_file(HistoryKind kind);
+const char *qu_file(HistoryKind kind);
+// Appends a sheet entered into a temporary file to the family's history
+// file, and forgets the family's records read before; false when the
+// append failed (it has reported itself and left the history as it was).
+bool append_to_history(HistoryKind kind, const char *sheet);
 // Stages in `t` the move of the records `moving` takes (it is asked about
 // records not yet exported) from the family's history file to the end of
 // its "QU" file; the history keeps the rest, or starts afresh.

@@ -314,13 +314,40 @@ bool stage_history(FileTransaction &t, const char *name, HistoryKind kind, const
     return t.place(sf);
 }
 
+const char *history_file(HistoryKind kind) {
+    return kind == HistoryKind::GAS        ? db.gashistfile
+           : kind == HistoryKind::PAYMENTS ? db.payhistfile
+                                           : db.daysheetfile;
+}
+
+const char *qu_file(HistoryKind kind) {
+    return kind == HistoryKind::GAS        ? db.gashistqufile
+           : kind == HistoryKind::PAYMENTS ? db.payhistqufile
+                                           : db.daysheetqufile;
+}
+
+bool append_to_history(HistoryKind kind, const char *sheet) {
+    if (!append(history_file(kind), sheet))
+        return false;
+    // The list read before no longer matches its file: the next use
+    // reads it again.
+    switch (kind) {
+    case HistoryKind::GAS:
+        free_gas();
+        break;
+    case HistoryKind::PAYMENTS:
+        free_all_payments();
+        break;
+    case HistoryKind::FLIGHTS:
+        free_flights();
+        break;
+    }
+    return true;
+}
+
 bool stage_move_to_qu(FileTransaction &t, HistoryKind kind, const Keep &moving) {
-    const char *history = kind == HistoryKind::GAS        ? db.gashistfile
-                          : kind == HistoryKind::PAYMENTS ? db.payhistfile
-                                                          : db.daysheetfile;
-    const char *qu = kind == HistoryKind::GAS        ? db.gashistqufile
-                     : kind == HistoryKind::PAYMENTS ? db.payhistqufile
-                                                     : db.daysheetqufile;
+    const char *history = history_file(kind);
+    const char *qu = qu_file(kind);
     struct stat st;
     if (stat(history, &st) != 0 || !history_has(kind, moving))
         return true; // nothing of it moves

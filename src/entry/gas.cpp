@@ -62,15 +62,11 @@ void echo(const WorkingSale &w) {
     printf("    Plane: %s Pilot: %s\n", g.plane, g.pilot);
 }
 
-void drop_gas_and_misc() {
-    free_gas();
-}
-
 } // namespace
 
 void do_gas() {
     maybe_read();
-    if (!settle_pending_sheet(db.gastempfile, db.gashistfile, db.gashistqufile, drop_gas_and_misc))
+    if (!settle_pending_sheet(db.gastempfile, HistoryKind::GAS))
         return;
     WorkingSale w;
     gas &g = w.g;
@@ -102,6 +98,6 @@ void do_gas() {
         next = next_number(line);
     }
     if (close_temporary())
-        remember("Remember this data in the permanent history file", db.gashistfile, db.gastempfile,
-                 drop_gas_and_misc);
+        remember("Remember this data in the permanent history file", HistoryKind::GAS,
+                 db.gastempfile);
 }
