@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <sys/stat.h>
 
@@ -61,6 +62,14 @@ void clock(std::string &line, long minutes) {
     number(line, rest);
 }
 
+// Texts, each followed by its tab.
+void texts(std::string &line, std::initializer_list<const char *> fields) {
+    for (const char *field : fields) {
+        text(line, field);
+        tab(line);
+    }
+}
+
 void line_of(std::string &line, const flight *f) {
     line += record_date_text(f->date);
     tab(line);
@@ -68,23 +77,13 @@ void line_of(std::string &line, const flight *f) {
     tab(line);
     account(line, f->invoice, f->customer);
     tab(line);
-    text(line, f->plane);
-    tab(line);
-    text(line, f->pilot);
-    tab(line);
+    texts(line, {f->plane, f->pilot});
     int type = f->type;
     char id = type >= 0 && type <= 5 ? flight_type_id[type] : 'U';
     if (id != '\0')
         line += id;
     tab(line);
-    text(line, f->cfi);
-    tab(line);
-    text(line, f->passenger);
-    tab(line);
-    text(line, f->towpilot);
-    tab(line);
-    text(line, f->towplane ? f->towplane->tugname : "");
-    tab(line);
+    texts(line, {f->cfi, f->passenger, f->towpilot, f->towplane ? f->towplane->tugname : ""});
     tenths(line, f->towheight);
     tab(line);
     clock(line, f->start);
@@ -93,35 +92,32 @@ void line_of(std::string &line, const flight *f) {
     tab(line);
 }
 
+// The date, sheet, line and account a fuel sale and a misc line begin with.
+template <class T> void sheet_start(std::string &line, const T *r) {
+    line += record_date_text(r->date);
+    tab(line);
+    number(line, r->sheet);
+    tab(line);
+    number(line, r->line);
+    tab(line);
+    account(line, r->invoice, r->customer);
+    tab(line);
+}
+
 void line_of(std::string &line, const gas *g) {
-    line += record_date_text(g->date);
-    tab(line);
-    number(line, g->sheet);
-    tab(line);
-    number(line, g->line);
-    tab(line);
-    account(line, g->invoice, g->customer);
-    tab(line);
+    sheet_start(line, g);
     number(line, g->charge);
     tab(line);
     text(line, g->grade);
     tab(line);
     tenths(line, g->gallons);
     tab(line);
-    text(line, g->plane);
-    tab(line);
+    texts(line, {g->plane});
     text(line, g->pilot);
 }
 
 void line_of(std::string &line, const misc *m) {
-    line += record_date_text(m->date);
-    tab(line);
-    number(line, m->sheet);
-    tab(line);
-    number(line, m->line);
-    tab(line);
-    account(line, m->invoice, m->customer);
-    tab(line);
+    sheet_start(line, m);
     line += m->taxable ? 'Y' : 'N';
     tab(line);
     number(line, m->charge);
