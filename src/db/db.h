@@ -443,7 +443,7 @@ void finish_pending_rewrite();
 // then every record `keep` takes (given its customer and whether it was
 // read from the "QU" file), in the file form.
 enum class HistoryKind { GAS, PAYMENTS, FLIGHTS };
-void write_history(HistoryKind kind,
+bool write_history(FILE *out, HistoryKind kind,
                    const std::function<bool(const customer *, bool exported)> &keep);
 bool history_has(HistoryKind kind,
                  const std::function<bool(const customer *, bool exported)> &keep);
@@ -453,6 +453,18 @@ bool history_has(HistoryKind kind,
 bool stage_history(FileTransaction &t, const char *name, HistoryKind kind,
                    const std::function<bool(const customer *, bool exported)> &keep,
                    const char *before = nullptr);
+// The family's history file and its "QU" companion.
+const char *history_file(HistoryKind kind);
+const char *qu_file(HistoryKind kind);
+// Appends a sheet entered into a temporary file to the family's history
+// file, and forgets the family's records read before; false when the
+// append failed (it has reported itself and left the history as it was).
+bool append_to_history(HistoryKind kind, const char *sheet);
+// Stages in `t` the move of the records `moving` takes (it is asked about
+// records not yet exported) from the family's history file to the end of
+// its "QU" file; the history keeps the rest, or starts afresh.
+bool stage_move_to_qu(FileTransaction &t, HistoryKind kind,
+                      const std::function<bool(const customer *, bool exported)> &moving);
 // Where every closed period is kept, one folder per closing.
 inline constexpr char kPeriodsFolder[] = "periods";
 void note_file_read(const char *name, bool unreadable, int bad_lines);
@@ -461,6 +473,12 @@ const FileReadNote *file_read_note(const char *name); // nullptr: never read
 // ---- Transaction record printing ------------------------------------------------
 
 void o_date(const char *date_text, int column, bool flag);
+// The lines a sheet being entered starts with, each with its end: the
+// version, the section and the column names.
+enum class HistoryHeading { DAY_SHEET, FUEL_SHEET, MISC_SHEET, PAYMENTS };
+const char *history_heading(HistoryHeading h);
+// A record's date as the history files and statements show it, "m-d-yyyy".
+const char *record_date_text(date_t date);
 void o_customer_name(const customer *c, int column, bool flag);
 void o_misc_struct(const misc *m, int indent, bool date_flag, bool tabbed);
 void o_gas_struct(const gas *g, int indent, bool date_flag, bool tabbed);

@@ -21,101 +21,28 @@
 
 namespace {
 
-const char kEmptyCompanion[] = "!Start of billing cycle\n";
-
 bool exists(const std::string &name) {
     struct stat st;
     return stat(name.c_str(), &st) == 0;
 }
 
-} // namespace
-
-namespace {
-
-// Writes one history file completely under its temporary name. A file that
-// could not be opened or not be written to the end is reported by the
-// formatter and leaves every existing file as it was.
-bool write_temporary(const char *name, const char *kind, const std::function<void()> &body) {
+// Writes one history file, every record not yet exported, completely under
+// its temporary name. A file that could not be opened or not be written to
+// the end is reported by the formatter and leaves every existing file as
+// it was.
+bool write_temporary(const char *name, const char *kind, HistoryKind history) {
     FILE *out = open_o_file(name, kind);
     if (out == nullptr) {
         set_o_file(stdout);
         return false;
     }
-    set_tabs_allowed(false);
-    body();
+    write_history(out, history, [](const customer *, bool exported) { return !exported; });
     if (close_o_file(out, name, kind) != 0) {
         set_o_file(stdout);
         return false;
     }
     return true;
 }
-
-void o_text_line(const char *text) {
-    o_lstring(text, 0, false);
-    o_newline(0);
-}
-
-using Keep = std::function<bool(const customer *, bool exported)>;
-
-// Every customer's records of one kind that `keep` takes, in customer
-// order, one a line in the file form.
-template <class T>
-void write_records(RecordList<T> customer::*list, void (*print)(const T *, int, bool, bool),
-                   const Keep &keep) {
-    for (customer *c : db.cust_list)
-        for (T *rec : c->*list)
-            if (keep(c, rec->exported != 0)) {
-                print(rec, 0, false, true);
-                o_newline(0);
-            }
-}
-
-template <class T> bool any_record(RecordList<T> customer::*list, const Keep &keep) {
-    for (customer *c : db.cust_list)
-        for (T *rec : c->*list)
-            if (keep(c, rec->exported != 0))
-                return true;
-    return false;
-}
-
-void write_gas_and_misc(const Keep &keep) {
-    o_text_line("$VERSION 2");
-    o_text_line("$MISC");
-    o_text_line("!Date\t\tSheet\tLine\tAccount\t\tTax\tCents\tCharge (credit) is for");
-    write_records(&customer::misc, o_misc_struct, keep);
-    o_text_line("$GAS");
-    o_text_line("!Date\t\tSheet\tLine\tAccount\t\tCents\tGrade\tGallons\tPlane\tPilot");
-    write_records(&customer::gas, o_gas_struct, keep);
-}
-
-void write_payments(const Keep &keep) {
-    o_text_line("$VERSION 3");
-    o_text_line("$PAYMENTS");
-    o_text_line("!Date\tCents\tCheck\tAccount\t\tNote");
-    write_records(&customer::payments, o_payment_struct, keep);
-}
-
-void write_flights(const Keep &keep) {
-    o_text_line("$VERSION 2");
-    o_text_line("!Date\t\tNumber\tAccount\t\t\tPlane\tPilot\tType\tCFI\tPass");
-    write_records(&customer::flights, o_flight_struct, keep);
-}
-
-} // namespace
-
-bool history_has(HistoryKind kind, const Keep &keep) {
-    switch (kind) {
-    case HistoryKind::GAS:
-        return any_record(&customer::gas, keep) || any_record(&customer::misc, keep);
-    case HistoryKind::PAYMENTS:
-        return any_record(&customer::payments, keep);
-    case HistoryKind::FLIGHTS:
-        return any_record(&customer::flights, keep);
-    }
-    return false;
-}
-
-namespace {
 
 // What differs between the three families, messages included.
 struct Family {
@@ -155,9 +82,7 @@ bool keep_bad_file(const char *name) {
 Outcome rewrite_family(const Family &fam) {
     if (!keep_bad_file(fam.main) || !keep_bad_file(fam.companion))
         return Outcome::STOPPED;
-    if (!write_temporary(fam.temp, fam.kind, [&] {
-            write_history(fam.history, [](const customer *, bool e) { return !e; });
-        }))
+    if (!write_temporary(fam.temp, fam.kind, fam.history))
         return Outcome::SKIPPED;
     // The old files are kept as backups and the new ones take their
     // places, all or (after a crash, at the next start) none. Records
@@ -232,42 +157,6 @@ void finish_pending_rewrite() {
     remove_stale_temporaries(".");
     remove_stale_temporaries(kPeriodsFolder);
     db.leftovers_removed = 1;
-}
-
-void write_history(HistoryKind kind, const Keep &keep) {
-    switch (kind) {
-    case HistoryKind::GAS:
-        write_gas_and_misc(keep);
-        break;
-    case HistoryKind::PAYMENTS:
-        write_payments(keep);
-        break;
-    case HistoryKind::FLIGHTS:
-        write_flights(keep);
-        break;
-    }
-}
-
-bool stage_history(FileTransaction &t, const char *name, HistoryKind kind, const Keep &keep,
-                   const char *before) {
-    SafeFile sf;
-    if (safe_open(sf, name) == nullptr)
-        return false;
-    bool ok = before == nullptr || copyfile(before, sf.fp);
-    if (!ok) {
-        safe_abort(sf);
-        return false;
-    }
-    if (before == nullptr && !history_has(kind, keep)) {
-        fputs(kEmptyCompanion, sf.fp);
-    } else if (history_has(kind, keep)) {
-        FILE *previous = set_o_file(sf.fp);
-        bool tabs = set_tabs_allowed(false);
-        write_history(kind, keep);
-        set_tabs_allowed(tabs);
-        set_o_file(previous);
-    }
-    return t.place(sf);
 }
 
 void do_write_database() {

@@ -47,7 +47,7 @@ void o_clock(long minutes) {
 }
 
 void o_record_date(date_t date, int column, bool flag) {
-    o_date(i_convertTimeToString(date), column, flag);
+    o_lstring(record_date_text(date), column, flag);
 }
 
 } // namespace

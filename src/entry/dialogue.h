@@ -13,8 +13,9 @@
 // Makes `name` the output destination, replacing what it held; false when
 // it cannot be opened (the formatter has reported it).
 bool open_temporary(const char *name, const char *kind);
-// One line of text (a directive or a heading) into the temporary file.
-void temporary_line(const char *text);
+// The version and heading lines (each ending in a line end) into the
+// temporary file.
+void temporary_heading(const char *lines);
 // Ends the record line just printed into the temporary file.
 void end_record();
 // Closes the temporary file; false when its lines did not reach the disk
@@ -22,19 +23,18 @@ void end_record();
 bool close_temporary();
 
 // Asks whether to remember; on yes appends the temporary file to the
-// history file, marks bills and times for recomputation and drops the
-// records held in memory (`drop`) so that the next use reads them again.
-void remember(const char *question, const char *history, const char *temporary, void (*drop)());
+// family's history file and marks bills and times for recomputation; the
+// family's records are read again at their next use.
+void remember(const char *question, HistoryKind kind, const char *temporary);
 // The append itself, with the same marks; false when the history could not
 // take it (reported), in which case it is as it was.
-bool remember_now(const char *history, const char *temporary, void (*drop)());
+bool remember_now(HistoryKind kind, const char *temporary);
 // Before a dialogue overwrites `temporary`: when it holds record lines found
-// in none of the history, its companion and the closed period's copy (a
+// in none of the family's history, its companion and the closed period's copy (a
 // sheet cut off before "Remember"), says how many and offers to remember
 // them first, or to discard them; false when they stay and the dialogue
 // must not start.
-bool settle_pending_sheet(const char *temporary, const char *history, const char *companion,
-                          void (*drop)());
+bool settle_pending_sheet(const char *temporary, HistoryKind kind);
 
 // Makes an answer the working record's field, freeing the field's old
 // text (which may have been the answer's default).

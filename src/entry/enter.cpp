@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -64,9 +65,11 @@ bool open_temporary(const char *name, const char *kind) {
     return true;
 }
 
-void temporary_line(const char *text) {
-    o_lstring(text, 0, false);
-    o_newline(0);
+void temporary_heading(const char *lines) {
+    for (const char *end; (end = strchr(lines, '\n')) != nullptr; lines = end + 1) {
+        o_lstring(std::string(lines, end).c_str(), 0, false);
+        o_newline(0);
+    }
 }
 
 void end_record() {
@@ -89,24 +92,23 @@ void entry_close_temporary() {
     close_temporary();
 }
 
-void remember(const char *question, const char *history, const char *temporary, void (*drop)()) {
+void remember(const char *question, HistoryKind kind, const char *temporary) {
     // A failed append has reported itself and left the history as it was,
     // so what was computed from it still holds.
     if (get_yesno(question, "YES"))
-        remember_now(history, temporary, drop);
+        remember_now(kind, temporary);
 }
 
-bool remember_now(const char *history, const char *temporary, void (*drop)()) {
+bool remember_now(HistoryKind kind, const char *temporary) {
     if (club_read_only()) {
         printf("? The club is open read-only: nothing was remembered.\n");
         return false;
     }
-    if (!append(history, temporary))
+    if (!append_to_history(kind, temporary))
         return false;
     db.month_ended = 0;
     db.bills_computed = 0;
     db.times_computed = 0;
-    drop();
     return true;
 }
 

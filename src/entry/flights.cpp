@@ -127,10 +127,6 @@ void warn_duplicate(const flight *earlier) {
     set_o_file(file);
 }
 
-void drop_flights() {
-    free_flights();
-}
-
 } // namespace
 
 std::string duration_refusal(long minutes) {
@@ -160,7 +156,7 @@ std::string default_tow_height(const customer *c) {
 }
 
 bool start_day_sheet() {
-    if (!settle_pending_sheet(db.daytempfile, db.daysheetfile, db.daysheetqufile, drop_flights))
+    if (!settle_pending_sheet(db.daytempfile, HistoryKind::FLIGHTS))
         return false;
     // Forced, companion included, so that the duplicate test sees every
     // flight already stored for the period.
@@ -169,14 +165,13 @@ bool start_day_sheet() {
 
     if (!open_temporary(db.daytempfile, "day sheet"))
         return false;
-    temporary_line("$VERSION 2");
-    temporary_line("!Date\tNumber\tAccount\t\tPlane\tPilot\tType\tCFI\tPass");
+    temporary_heading(history_heading(HistoryHeading::DAY_SHEET));
     return true;
 }
 
 void remember_day_sheet() {
-    remember("Remember this data in the permanent history file", db.daysheetfile, db.daytempfile,
-             drop_flights);
+    remember("Remember this data in the permanent history file", HistoryKind::FLIGHTS,
+             db.daytempfile);
 }
 
 void do_flights(bool is_glider) {

@@ -62,24 +62,18 @@ void echo(const WorkingSale &w) {
     printf("    Plane: %s Pilot: %s\n", g.plane, g.pilot);
 }
 
-void drop_gas_and_misc() {
-    free_gas();
-}
-
 } // namespace
 
 void do_gas() {
     maybe_read();
-    if (!settle_pending_sheet(db.gastempfile, db.gashistfile, db.gashistqufile, drop_gas_and_misc))
+    if (!settle_pending_sheet(db.gastempfile, HistoryKind::GAS))
         return;
     WorkingSale w;
     gas &g = w.g;
     g.sheet = ask_sheet();
     if (!open_temporary(db.gastempfile, "gas"))
         return;
-    temporary_line("$VERSION 2");
-    temporary_line("$GAS");
-    temporary_line("!Date\t\tSheet\tLine\tAccount\t\tCents\tGrade\tGallons\tPlane\tPilot");
+    temporary_heading(history_heading(HistoryHeading::FUEL_SHEET));
 
     int next = 1;
     for (;;) {
@@ -104,6 +98,6 @@ void do_gas() {
         next = next_number(line);
     }
     if (close_temporary())
-        remember("Remember this data in the permanent history file", db.gashistfile, db.gastempfile,
-                 drop_gas_and_misc);
+        remember("Remember this data in the permanent history file", HistoryKind::GAS,
+                 db.gastempfile);
 }

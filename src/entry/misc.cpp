@@ -126,15 +126,11 @@ int write_group(misc &m, const Group &group) {
     return charged;
 }
 
-void drop_gas_and_misc() {
-    free_gas();
-}
-
 } // namespace
 
 void do_misc(bool is_charge) {
     maybe_read();
-    if (!settle_pending_sheet(db.gastempfile, db.gashistfile, db.gashistqufile, drop_gas_and_misc))
+    if (!settle_pending_sheet(db.gastempfile, HistoryKind::GAS))
         return;
     Group group = ask_group(is_charge);
     WorkingMisc w;
@@ -142,9 +138,7 @@ void do_misc(bool is_charge) {
     m.sheet = ask_sheet();
     if (!open_temporary(db.gastempfile, "gas and misc charges"))
         return;
-    temporary_line("$VERSION 2");
-    temporary_line("$MISC");
-    temporary_line("!Date\t\tSheet\tLine\tAccount\t\tTax\tCents\tCharge (credit) is for");
+    temporary_heading(history_heading(HistoryHeading::MISC_SHEET));
 
     int next = 1;
     for (;;) {
@@ -175,6 +169,6 @@ void do_misc(bool is_charge) {
         }
     }
     if (close_temporary())
-        remember("Remember these charges/credits in the permanent history file", db.gashistfile,
-                 db.gastempfile, drop_gas_and_misc);
+        remember("Remember these charges/credits in the permanent history file", HistoryKind::GAS,
+                 db.gastempfile);
 }

@@ -52,20 +52,14 @@ void echo(const payment &p) {
     printf("   $%s\n  Note: %s\n", cents_text(p.amount), p.note);
 }
 
-void drop_payments() {
-    free_all_payments();
-}
-
 } // namespace
 
 void do_payments() {
     maybe_read();
-    if (!settle_pending_sheet(db.paytempfile, db.payhistfile, db.payhistqufile, drop_payments) ||
+    if (!settle_pending_sheet(db.paytempfile, HistoryKind::PAYMENTS) ||
         !open_temporary(db.paytempfile, "payments"))
         return;
-    temporary_line("$VERSION 3");
-    temporary_line("$PAYMENTS");
-    temporary_line("!Date\tCents\tCheck\tAccount\t\tNote");
+    temporary_heading(history_heading(HistoryHeading::PAYMENTS));
 
     WorkingPayment w;
     payment &p = w.p;
@@ -94,6 +88,6 @@ void do_payments() {
         next = next_number(number);
     }
     if (close_temporary())
-        remember("Remember these payments in the permanent payments file", db.payhistfile,
-                 db.paytempfile, drop_payments);
+        remember("Remember these payments in the permanent payments file", HistoryKind::PAYMENTS,
+                 db.paytempfile);
 }

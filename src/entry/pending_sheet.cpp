@@ -8,15 +8,15 @@
 #include "db/db.h"
 #include "entry/dialogue.h"
 
-bool settle_pending_sheet(const char *temporary, const char *history, const char *companion,
-                          void (*drop)()) {
-    int count = unremembered_lines(temporary, history, companion);
+bool settle_pending_sheet(const char *temporary, HistoryKind kind) {
+    const char *history = history_file(kind);
+    int count = unremembered_lines(temporary, history, qu_file(kind));
     if (count == 0)
         return true;
     printf("%d line(s) of %s are not in %s: a sheet was cut off before it was remembered.\n", count,
            temporary, history);
     if (get_yesno("Remember them now", "YES")) {
-        if (remember_now(history, temporary, drop))
+        if (remember_now(kind, temporary))
             return true;
     } else if (get_yesno("Discard them", "NO")) {
         return true;

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <sys/stat.h>
 #include <unordered_set>
 #include <vector>
 
@@ -16,11 +15,6 @@ namespace {
 
 std::unordered_set<const customer *> taken;
 
-bool exists(const char *name) {
-    struct stat st;
-    return stat(name, &st) == 0;
-}
-
 template <class T> bool has_live(const RecordList<T> &list) {
     for (const T *rec : list)
         if (!rec->exported)
@@ -30,18 +24,6 @@ template <class T> bool has_live(const RecordList<T> &list) {
 
 bool has_live_records(const customer *c) {
     return has_live(c->flights) || has_live(c->gas) || has_live(c->misc) || has_live(c->payments);
-}
-
-// A history whose records the export took moves them to the end of its
-// "QU" file; the history keeps the rest, or starts afresh.
-bool stage_family(FileTransaction &t, HistoryKind kind, const char *history, const char *qu) {
-    auto moving = [](const customer *c, bool exported) { return !exported && taken.count(c); };
-    if (!exists(history) || !history_has(kind, moving))
-        return true; // nothing of it moves
-    return stage_history(t, qu, kind, moving, exists(qu) ? qu : nullptr) &&
-           stage_history(t, history, kind, [](const customer *c, bool exported) {
-               return !exported && !taken.count(c);
-           });
 }
 
 bool has_finance_mark(const customer *c) {
@@ -98,9 +80,11 @@ bool export_commit() {
         return false;
     }
     std::vector<payment *> marks = mark_finance_charges();
-    bool staged = written && stage_family(t, HistoryKind::GAS, db.gashistfile, db.gashistqufile) &&
-                  stage_family(t, HistoryKind::PAYMENTS, db.payhistfile, db.payhistqufile) &&
-                  stage_family(t, HistoryKind::FLIGHTS, db.daysheetfile, db.daysheetqufile);
+    // A record moves when the export took its customer.
+    auto moving = [](const customer *c, bool exported) { return !exported && taken.count(c); };
+    bool staged = written && stage_move_to_qu(t, HistoryKind::GAS, moving) &&
+                  stage_move_to_qu(t, HistoryKind::PAYMENTS, moving) &&
+                  stage_move_to_qu(t, HistoryKind::FLIGHTS, moving);
     if (!staged || !t.commit()) {
         if (t.decided()) {
             printf("? The export is not finished; it will be before the files are next read.\n");
