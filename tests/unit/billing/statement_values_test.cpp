@@ -125,6 +125,8 @@ TEST_F(StatementValuesTest, EachFlightTypeAndRoundingEdge) {
 }
 
 TEST_F(StatementValuesTest, StatementOrderSummaryAndFinance) {
+    // Unpriced, finance is no charge and no complaint.
+    EXPECT_EQ(output_of([] { EXPECT_EQ(finance_price(14001, "DEFAULT"), 0); }), "");
     price("FINANCE-CHARGE", 15);
     price("MISC-SALESTAX", 1);
     customer *p = pilot("ORDER");
