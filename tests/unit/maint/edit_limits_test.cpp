@@ -21,9 +21,7 @@ class EditLimitsTest : public DbTest {
 };
 
 TEST_F(EditLimitsTest, CustomerAtEveryLimitReadsBackWhole) {
-    write_file("VNKPRICE.DAT", "$VERSION 2\n");
-    write_file("VNKABBRV.DAT", "$VERSION 1\n");
-    write_file("VNKBAL.DAT", "$VERSION 1\n");
+    write_masters("", "");
     const std::string first(93, 'F');
     const std::string last(CUSTOMER_NAMES_MAX - 93, 'L');
     const std::string cat(CATEGORY_NAME_MAX, 'C');
@@ -86,8 +84,7 @@ TEST_F(EditLimitsTest, CustomerAtEveryLimitReadsBackWhole) {
 }
 
 TEST_F(EditLimitsTest, PricesSettingsAndAbbreviationsAtTheirLimitsReadBackWhole) {
-    write_file("VNKCUST.DAT", "$VERSION 6\n");
-    write_file("VNKBAL.DAT", "$VERSION 1\n");
+    write_masters("", "");
     const std::string item(ITEM_NAME_MAX, 'I'), cat(CATEGORY_NAME_MAX, 'C');
     const std::string grade(GRADE_NAME_MAX, 'G');
     const std::string server(EMAIL_WORD_MAX, 'S'), sender(EMAIL_WORD_MAX, 'E');
@@ -126,11 +123,9 @@ TEST_F(EditLimitsTest, PricesSettingsAndAbbreviationsAtTheirLimitsReadBackWhole)
 }
 
 TEST_F(EditLimitsTest, FastKeyTableFollowsAMovedKey) {
-    write_file("VNKPRICE.DAT", "$VERSION 2\n$PRICE\tASK21\t1\n\tDEFAULT\t42.000\n"
-                               "$PRICE\tDISCUS\t3\n\tDEFAULT\t48.000\n"
-                               "$PRICE\tHOOKUP\t0\n\tDEFAULT\t22.000\n");
-    write_file("VNKCUST.DAT", "$VERSION 6\n");
-    write_file("VNKBAL.DAT", "$VERSION 1\n");
+    write_masters("$PRICE\tASK21\t1\n\tDEFAULT\t42.000\n$PRICE\tDISCUS\t3\n\tDEFAULT\t48.000\n"
+                  "$PRICE\tHOOKUP\t0\n\tDEFAULT\t22.000\n",
+                  "");
     output_of([] { maybe_read(); });
     ASSERT_STREQ(db.nnumbers[0], "ASK21");
     ASSERT_STREQ(db.nnumbers[2], "DISCUS");
