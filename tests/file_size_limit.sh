@@ -9,6 +9,7 @@ set -e
 varnok=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
 dir=$(mktemp -d)
 trap 'rc=$?; [ $rc -eq 0 ] || cat "$dir/console" >&2; rm -rf "$dir"' EXIT
+fail() { echo "$*" >&2; exit 1; }
 cp -R "$2/." "$dir/club" 2>/dev/null || { mkdir "$dir/club" && cp -R "$2/." "$dir/club"; }
 cp -R "$dir/club" "$dir/before"
 
@@ -21,13 +22,13 @@ printf 'ENTER\nPAYMENTS\n\n\nKaren Anderson\n12\n10.00\nnote\n\n0\nEXIT\n' >>"$d
 # The console goes through a pipe: under the limit no file can take it.
 (cd "$dir/club" && ulimit -f 0 && TZ=UTC "$varnok" <"$dir/input" 2>&1; echo "status $?") |
     cat >"$dir/console"
-grep -qx 'status 0' "$dir/console" || { echo "the program did not end normally" >&2; exit 1; }
+grep -qx 'status 0' "$dir/console" || fail "the program did not end normally"
 for message in '? Unable to close output file "OUT.LIS"' \
                '? No statements were written to file VNKSTMNT.LIS' \
                'Bills have not been created since starting VARNOK or' \
                '? Unable to close balances file "VNKBAL.DAT"' \
                '? Unable to close payments file "VNKPMNT.TMP"'; do
-    grep -qF "$message" "$dir/console" || { echo "missing: $message" >&2; exit 1; }
+    grep -qF "$message" "$dir/console" || fail "missing: $message"
 done
-! grep -E 'addresses output|statements printed' "$dir/console" >&2 || { echo "a count of nothing" >&2; exit 1; }
-diff -r -x VNKLOCK.LCK "$dir/before" "$dir/club" >&2 || { echo "a file changed under the limit" >&2; exit 1; }
+! grep -E 'addresses output|statements printed' "$dir/console" >&2 || fail "a count of nothing"
+diff -r -x VNKLOCK.LCK "$dir/before" "$dir/club" >&2 || fail "a file changed under the limit"

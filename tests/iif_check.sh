@@ -10,6 +10,7 @@ varnok=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
 gen=$2
 dir=$(mktemp -d)
 trap 'rc=$?; [ $rc -eq 0 ] || cat "$dir/console" >&2; rm -rf "$dir"' EXIT
+fail() { echo "$*" >&2; exit 1; }
 "$gen" "$dir/club" "${3:-300}" "${4:-20000}" >/dev/null
 
 run() { # directory, output file, output, answers
@@ -32,14 +33,8 @@ total=$(awk -F'\t' '
 ' "$dir/export/QB.IIF")
 billed=$(awk '/^Charges to be billed:/ { a = $NF; gsub(/[$,]/, "", a); split(a, p, ".");
                                           print p[1] * 100 + p[2] }' "$dir/report/BAL.LIS")
-if [ "$total" != "$billed" ]; then
-    echo "TRNS amounts sum to $total cents, the new charges to $billed" >&2
-    exit 1
-fi
+[ "$total" = "$billed" ] || fail "TRNS amounts sum to $total cents, the new charges to $billed"
 
 run "$dir/export" QB2.IIF QUICKBOOKS 'NO\nNO\nNO\nNO\nALL\n'
-if grep -q '^TRNS' "$dir/export/QB2.IIF"; then
-    echo "the second export found charges again" >&2
-    exit 1
-fi
+! grep -q '^TRNS' "$dir/export/QB2.IIF" || fail "the second export found charges again"
 echo "IIF of $(grep -c '^TRNS' "$dir/export/QB.IIF") invoices balances; $total cents exported once"

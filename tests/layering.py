@@ -17,11 +17,9 @@ INCLUDE = re.compile(r'^\s*#\s*include\s+"([a-z]+)/', re.M)
 def read_layers(path):
     layers = {}
     for number, line in enumerate(path.read_text().splitlines(), 1):
-        line = line.split("#", 1)[0].strip()
-        if not line:
-            continue
-        name, _, uses = line.partition(":")
-        layers[name.strip()] = (number, uses.split())
+        name, _, uses = line.split("#", 1)[0].partition(":")
+        if name.strip():
+            layers[name.strip()] = (number, uses.split())
     return layers
 
 
@@ -32,27 +30,22 @@ def includes(path):
 
 
 def closure(layers, name):
-    seen, todo = set(), [name]
-    while todo:
-        for use in layers[todo.pop()][1]:
-            if use not in seen:
-                seen.add(use)
-                todo.append(use)
-    return seen | {name}
+    # Only uses further up the file count (the others are faults), so this ends.
+    number, uses = layers[name]
+    return {name}.union(*(closure(layers, u) for u in uses if u in layers and layers[u][0] < number))
 
 
 def main():
     src = pathlib.Path(sys.argv[1])
     tests = src.parent / "tests" / "unit"
     layers = read_layers(src / "layers.txt")
-    order = list(layers)
     faults = []
 
     for name, (number, uses) in layers.items():
         for use in uses:
             if use not in layers:
                 faults.append(f"layers.txt:{number}: {name} uses unknown layer {use}")
-            elif order.index(use) >= order.index(name):
+            elif layers[use][0] >= number:
                 faults.append(f"layers.txt:{number}: {name} uses {use}, which is not below it")
 
     for name, (number, uses) in layers.items():
@@ -80,12 +73,8 @@ def main():
                     faults.append(f"{path.relative_to(src.parent)}:{line}: a test of {folder.name}"
                                   f" includes {target}/, which {folder.name} does not link")
 
-    for fault in faults:
-        print(fault)
-    if faults:
-        return 1
-    print(f"{len(layers)} layers, include graph as listed")
-    return 0
+    print("\n".join(faults) or f"{len(layers)} layers, include graph as listed")
+    return 1 if faults else 0
 
 
 if __name__ == "__main__":

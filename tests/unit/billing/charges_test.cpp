@@ -3,51 +3,24 @@
 #include <string>
 #include <vector>
 
-#include "billing/billing.h"
-#include "db/db_fixture.h"
+#include "billing_fixture.h"
 
 namespace {
 
-class ChargesTest : public DbTest {
+class ChargesTest : public BillingTest {
   protected:
     void SetUp() override {
-        DbTest::SetUp();
-        billing_reset();
-        pilot = fc_cust("PILOT", "PAT", true);
-        pilot->category = fc_category("DEFAULT");
-    }
-    void TearDown() override {
-        billing_reset();
-        DbTest::TearDown();
-    }
-    static void price(const char *item, int32_t mills) {
-        set_price(fc_item(item), "DEFAULT", mills, 0);
-    }
-    flight *fly(const char *plane, int type, int towheight, int minutes) {
-        flight *f = new_flight(pilot, plane);
-        f->type = static_cast<char>(type);
-        f->towheight = towheight;
-        f->start = 600;
-        f->end = 600 + minutes;
-        add_flight(f, pilot);
-        return f;
-    }
-    misc *misc_item(const char *why, int32_t cents, bool taxable) {
-        misc *m = zeroed<misc>();
-        m->customer = pilot;
-        m->why = alloc_str(why);
-        m->charge = cents;
-        m->taxable = taxable ? 1 : 0;
-        add_misc(m, pilot);
-        return m;
+        BillingTest::SetUp();
+        pilot_ = pilot("PILOT");
     }
     charges *bill(bool finance = false) {
-        start_capture();
-        charge_account(pilot, nullptr, nullptr, nullptr, nullptr, nullptr, true, false, finance);
-        warnings = end_capture();
-        return pilot->charges;
+        warnings = output_of([&] {
+            charge_account(pilot_, nullptr, nullptr, nullptr, nullptr, nullptr, true, false,
+                           finance);
+        });
+        return pilot_->charges;
     }
-    customer *pilot = nullptr;
+    customer *pilot_ = nullptr;
     std::string warnings;
 };
 
@@ -77,8 +50,8 @@ TEST_F(ChargesTest, TowDividesTheHeightProductAloneAndFillsTheTowPlane) {
     price("THOUSAND", 5000);
     price("TOW-SALESTAX", 0);
     towplane *tug = fc_tug("PAWNEE", true);
-    fly("DISCUS", 0, 20, 30)->towplane = tug;
-    fly("DISCUS", 0, 3, 30); // 5000 * 3 / 10 = 1500, not 5000 * (3 / 10)
+    fly(pilot_, "DISCUS", 0, 20, 30)->towplane = tug;
+    fly(pilot_, "DISCUS", 0, 3, 30); // 5000 * 3 / 10 = 1500, not 5000 * (3 / 10)
     charges *ch = bill();
     EXPECT_EQ(ch->tow, 2000 + 1150);
     EXPECT_EQ(ch->tow_count, 2);
@@ -96,7 +69,7 @@ TEST_F(ChargesTest, TowDividesTheHeightProductAloneAndFillsTheTowPlane) {
 TEST_F(ChargesTest, ATowWithoutAPricePerThousandFeetIsReported) {
     price("HOOKUP", 10000);
     price("TOW-SALESTAX", 0);
-    fly("DISCUS", 0, 20, 30);
+    fly(pilot_, "DISCUS", 0, 20, 30);
     EXPECT_EQ(bill()->tow, 1000);
     EXPECT_EQ(warnings, "? No price for item \"THOUSAND\"\n");
 }
@@ -107,8 +80,8 @@ TEST_F(ChargesTest, RopeBreakAndPatternTowCountWithoutCharging) {
     price("ROPE-BREAK-SALESTAX", 100);
     price("PATTERN-TOW", 15000);
     price("PATTERN-TOW-SALESTAX", 0);
-    fly("ASK21", 3, 2, 5);
-    fly("KA6", 4, 8, 10);
+    fly(pilot_, "ASK21", 3, 2, 5);
+    fly(pilot_, "KA6", 4, 8, 10);
     charges *ch = bill();
     EXPECT_EQ(ch->rope_break_charge, 500);
     EXPECT_EQ(ch->rope_break_count, 1);
@@ -129,11 +102,11 @@ TEST_F(ChargesTest, RopeBreakAndPatternTowCountWithoutCharging) {
 
 TEST_F(ChargesTest, MiscBreakdownDescendsAndZeroAmountsCountNowhere) {
     price("MISC-SALESTAX", 50);
-    misc_item("DUES", 4500, false);
-    misc_item("TIEDOWN", 2000, true);
-    misc_item("DUES", 4500, false);
-    misc_item("REFUND", -999, true);
-    misc_item("NOTHING", 0, true);
+    misc_item(pilot_, "DUES", 4500, false);
+    misc_item(pilot_, "TIEDOWN", 2000, true);
+    misc_item(pilot_, "DUES", 4500, false);
+    misc_item(pilot_, "REFUND", -999, true);
+    misc_item(pilot_, "NOTHING", 0, true);
     charges *ch = bill();
     EXPECT_EQ(names(ch->misc_breakdown),
               (std::vector<std::string>{"TIEDOWN=2000/1", "REFUND=-999/1", "DUES=9000/2"}));
@@ -143,7 +116,7 @@ TEST_F(ChargesTest, MiscBreakdownDescendsAndZeroAmountsCountNowhere) {
     EXPECT_EQ(ch->misc_credit_count, 1);
     EXPECT_EQ(ch->salestax, 100 - 49); // a taxable credit lowers the tax
     EXPECT_EQ(newCharges(ch), 11000 + 51);
-    EXPECT_EQ(getNewCharges(pilot), 11051 - 999);
+    EXPECT_EQ(getNewCharges(pilot_), 11051 - 999);
 }
 
 TEST_F(ChargesTest, TotalsKeepTheirOrdersWhenMerged) {
@@ -157,16 +130,16 @@ TEST_F(ChargesTest, TotalsKeepTheirOrdersWhenMerged) {
 
     // The indexed total and a customer's own list order names alike.
     charges *total = fc_charge("FULL", false);
-    misc_item("B", 100, false);
-    misc_item("D", 100, false);
+    misc_item(pilot_, "B", 100, false);
+    misc_item(pilot_, "D", 100, false);
     charges *first = bill();
     add_charges(total, first);
-    misc_item("C", -50, false);
-    misc_item("A", 10, false);
+    misc_item(pilot_, "C", -50, false);
+    misc_item(pilot_, "A", 10, false);
     add_charges(total, bill());
     EXPECT_EQ(names(total->misc_breakdown),
               (std::vector<std::string>{"D=200/2", "C=-50/1", "B=200/2", "A=10/1"}));
-    EXPECT_EQ(names(pilot->charges->misc_breakdown),
+    EXPECT_EQ(names(pilot_->charges->misc_breakdown),
               (std::vector<std::string>{"D=100/1", "C=-50/1", "B=100/1", "A=10/1"}));
 }
 
@@ -183,22 +156,18 @@ TEST_F(ChargesTest, FinanceChargeOnlyOnUnpaidOldBalance) {
         {20000, -15000, 100}, // a credit counts as paid
     };
     for (const auto &c : cases) {
-        pilot->balance = c.balance;
-        free_customer_misc(pilot);
+        pilot_->balance = c.balance;
+        free_customer_misc(pilot_);
         if (c.credit != 0)
-            misc_item("CREDIT", c.credit, false);
-        start_capture(); // the price changes are reported
+            misc_item(pilot_, "CREDIT", c.credit, false);
         price("FINANCE-THRESHOLD", c.balance == 5000 ? 1000 : 10000);
-        end_capture();
         EXPECT_EQ(bill(true)->financeCharges, c.expected) << c.balance;
     }
     // A fee of 0 is not raised to the minimum.
-    start_capture();
     price("FINANCE-CHARGE", 0);
-    end_capture();
-    pilot->balance = 50000;
+    pilot_->balance = 50000;
     EXPECT_EQ(bill(true)->financeCharges, 0);
-    EXPECT_EQ(getCurrentBalance(pilot), 50000 - 15000);
+    EXPECT_EQ(getCurrentBalance(pilot_), 50000 - 15000);
 }
 
 } // namespace

@@ -9,9 +9,10 @@
 
 namespace {
 
-const char *const kMembers[][2] = {{"ABLE\tANN", "ann@example.org"},
-                                   {"BAKER\tBOB", "bob@example.org"},
-                                   {"COLE\tCAL", "cal@example.org"}};
+// Each member's record name, statement name and address.
+const char *const kMembers[][3] = {{"ABLE\tANN", "ANN ABLE", "ann@example.org"},
+                                   {"BAKER\tBOB", "BOB BAKER", "bob@example.org"},
+                                   {"COLE\tCAL", "CAL COLE", "cal@example.org"}};
 
 // EMAIL-BILLS of three members with a balance each, through the real relay.
 class EmailBillRun : public DbTest {
@@ -20,17 +21,14 @@ class EmailBillRun : public DbTest {
         DbTest::SetUp();
         relay_ = std::make_unique<LoopbackRelay>();
         port_ = relay_->start("starttls", "PLAIN");
-        std::string customers = "$VERSION 6\n", balances = "$VERSION 1\n";
-        for (const auto &m : kMembers) {
-            customers += customer_record(m[0], "CREDIT\tDEFAULT", m[1]);
-            balances += std::string(m[0]) + "\t1000\n";
+        std::string customers, balances;
+        for (const auto &[record, name, email] : kMembers) {
+            customers += customer_record(record, "CREDIT\tDEFAULT", email);
+            balances += std::string(record) + "\t1000\n";
         }
-        write_file("VNKCUST.DAT", customers);
-        write_file("VNKBAL.DAT", balances);
-        write_file("VNKABBRV.DAT", "$VERSION 1\n");
-        write_file("VNKPRICE.DAT", "$VERSION 2\n$EMAIL_SENDER\tCLUB@EXAMPLE.ORG\n"
-                                   "$EMAIL_SERVER\tSMTP://127.0.0.1:" +
-                                       std::to_string(port_) + "\n");
+        write_masters("$EMAIL_SENDER\tCLUB@EXAMPLE.ORG\n$EMAIL_SERVER\tSMTP://127.0.0.1:" +
+                          std::to_string(port_) + "\n",
+                      customers, "", balances);
     }
     void TearDown() override {
         mail_reset();
@@ -63,19 +61,14 @@ class EmailBillRun : public DbTest {
         const bool filed = has(out, "statements printed to file VNKSTMNT.LIS");
         const std::string file = filed ? read_file("VNKSTMNT.LIS") : "";
         int failed = 0;
-        for (const auto &m : kMembers) {
-            std::string name = std::string(m[0]).substr(std::string(m[0]).find('\t') + 1) + " " +
-                               std::string(m[0]).substr(0, std::string(m[0]).find('\t'));
-            int mailed = 0;
+        for (const auto &[record, name, email] : kMembers) {
+            int mailed = 0; // 100 for a message with someone else's statement
             for (const std::string &message : delivered)
                 if (has(message, name))
-                    mailed +=
-                        1 + (message.find(std::string("\n") + m[1] + "\n") == std::string::npos
-                                 ? 100 // someone else's statement
-                                 : 0);
+                    mailed += has(message, std::string("\n") + email + "\n") ? 1 : 100;
             EXPECT_LE(mailed, 1) << name << out;
             failed += 1 - mailed;
-            EXPECT_EQ(has(out, std::string("Email FAILED to ") + m[1]), mailed == 0) << out;
+            EXPECT_EQ(has(out, std::string("Email FAILED to ") + email), mailed == 0) << out;
             EXPECT_TRUE(!filed || has(file, name) == (mailed == 0)) << name << out;
         }
         EXPECT_EQ(has(out, std::to_string(delivered.size()) + " statements sent by email"),

@@ -2,11 +2,9 @@
 // and the rounding edges of each price rule, with the cents written out.
 #include <string>
 #include <utility>
-#include <vector>
 
-#include "billing/billing.h"
 #include "billing/statement.h"
-#include "db/db_fixture.h"
+#include "billing_fixture.h"
 
 namespace {
 
@@ -30,43 +28,24 @@ struct Collector : StatementSink {
     }
 };
 
-class StatementValuesTest : public DbTest {
+// Every tax at zero; the cases set the one they test.
+const std::pair<const char *, int32_t> kPrices[] = {
+    {"ASK21", 100000},          {"HOOKUP", 10005},           {"THOUSAND", 5000},
+    {"MINIMUM-TIME", 484},      {"GROUND-TIME", 100},        {"INSTRUCTION", 30000},
+    {"PVT-INSTRUCTION", 20000}, {"ROPE-BREAK", 5005},        {"PATTERN-TOW", 15004},
+    {"TOW-SALESTAX", 0},        {"FLT-SALESTAX", 0},         {"INS-SALESTAX", 0},
+    {"ROPE-BREAK-SALESTAX", 0}, {"PATTERN-TOW-SALESTAX", 0}, {"MISC-SALESTAX", 0}};
+
+class StatementValuesTest : public BillingTest {
   protected:
     void SetUp() override {
-        DbTest::SetUp();
-        billing_reset();
-        for (auto [item, mills] :
-             std::vector<std::pair<const char *, int32_t>>{{"ASK21", 100000},
-                                                           {"HOOKUP", 10005},
-                                                           {"THOUSAND", 5000},
-                                                           {"MINIMUM-TIME", 484},
-                                                           {"GROUND-TIME", 100},
-                                                           {"INSTRUCTION", 30000},
-                                                           {"PVT-INSTRUCTION", 20000},
-                                                           {"ROPE-BREAK", 5005},
-                                                           {"PATTERN-TOW", 15004}})
+        BillingTest::SetUp();
+        for (auto [item, mills] : kPrices)
             price(item, mills);
-        for (const char *tax : {"TOW-SALESTAX", "FLT-SALESTAX", "INS-SALESTAX",
-                                "ROPE-BREAK-SALESTAX", "PATTERN-TOW-SALESTAX", "MISC-SALESTAX"})
-            price(tax, 0);
-    }
-    void TearDown() override {
-        billing_reset();
-        DbTest::TearDown();
-    }
-    static void price(const char *item, int32_t mills) {
-        set_price(fc_item(item), "DEFAULT", mills, 0);
-    }
-    customer *pilot(const std::string &name) {
-        customer *c = fc_cust(name.c_str(), "PAT", true);
-        c->category = fc_category("DEFAULT");
-        return c;
     }
     std::string bill(customer *c, bool finance = false) {
         Collector lines;
-        start_capture();
-        bill_customer(c, nullptr, DateRange{}, finance, true, &lines);
-        end_capture();
+        output_of([&] { bill_customer(c, nullptr, DateRange{}, finance, true, &lines); });
         return lines.text;
     }
 };
@@ -107,17 +86,10 @@ TEST_F(StatementValuesTest, EachFlightTypeAndRoundingEdge) {
     };
     int n = 0;
     for (const auto &c : cases) {
-        if (c.price_item != nullptr) {
-            start_capture(); // the change is reported
+        if (c.price_item != nullptr)
             price(c.price_item, c.mills);
-            end_capture();
-        }
         customer *p = pilot("P" + std::to_string(n++));
-        flight *f = new_flight(p, c.plane);
-        f->type = static_cast<char>(c.type);
-        f->towheight = c.height;
-        f->end = c.minutes;
-        add_flight(f, p);
+        fly(p, c.plane, c.type, c.height, c.minutes);
         std::string lines = std::string(c.lines) + tail;
         EXPECT_EQ(bill(p), lines.substr(c.lines[0] == '\0')) << n;
         EXPECT_EQ(p->charges->salestax, c.tax) << n;
@@ -131,23 +103,15 @@ TEST_F(StatementValuesTest, StatementOrderSummaryAndFinance) {
     price("MISC-SALESTAX", 1);
     customer *p = pilot("ORDER");
     p->balance = 20000;
-    flight *f = new_flight(p, "ASK21");
-    f->end = 30;
-    add_flight(f, p);
+    fly(p, "ASK21", 0, 0, 30);
     gas *g = zeroed<gas>();
     g->customer = p;
     g->grade = "100";
     g->gallons = 100;
     g->charge = 2999;
     add_gas(g, p);
-    for (int32_t cents : {-999, 500}) {
-        misc *m = zeroed<misc>();
-        m->customer = p;
-        m->why = alloc_str("DUES");
-        m->charge = cents;
-        m->taxable = 1;
-        add_misc(m, p);
-    }
+    for (int32_t cents : {-999, 500})
+        misc_item(p, "DUES", cents, true);
     payment *pay = zeroed<payment>();
     pay->customer = p;
     pay->amount = 5000;

@@ -30,15 +30,22 @@ class DbTest : public TempDirTest {
         db_init();
     }
 
+    // The four master files, each with its version line before the lines given.
+    static void write_masters(const std::string &prices, const std::string &customers,
+                              const std::string &abbrevs = "", const std::string &balances = "") {
+        write_file("VNKPRICE.DAT", "$VERSION 2\n" + prices);
+        write_file("VNKCUST.DAT", "$VERSION 6\n" + customers);
+        write_file("VNKABBRV.DAT", "$VERSION 1\n" + abbrevs);
+        write_file("VNKBAL.DAT", "$VERSION 1\n" + balances);
+    }
+
     // Lee and Smith on credit accounts, one hook-up price, and Lee's
     // balance line as given (empty for none): the master files the crash
     // and removal tests build their histories on.
     static void write_two_member_masters(const std::string &balances) {
-        write_file("VNKABBRV.DAT", "$VERSION 1\n");
-        write_file("VNKBAL.DAT", "$VERSION 1\n" + balances);
-        write_file("VNKPRICE.DAT", "$VERSION 2\n\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n");
-        write_file("VNKCUST.DAT", "$VERSION 6\n" + customer_record("LEE\tAL") +
-                                      customer_record("SMITH\tJOHN", "CREDIT\tFULL"));
+        write_masters("\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n",
+                      customer_record("LEE\tAL") + customer_record("SMITH\tJOHN", "CREDIT\tFULL"),
+                      "", balances);
     }
 
     // Smith's misc charge already exported and his fuel sale of the period.

@@ -2,7 +2,6 @@
 // removals, since every account line read relies on it.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <map>
 #include <string>
 
@@ -14,18 +13,12 @@ customer *tag(int i) {
     return reinterpret_cast<customer *>(static_cast<intptr_t>(i + 1));
 }
 
-std::string numbered(const char *prefix, int n) {
-    char text[32];
-    snprintf(text, sizeof text, "%s%d", prefix, n);
-    return text;
-}
-
 TEST(ExactNameIndex, AgreesWithAMapThroughGrowthAndRemovals) {
     ExactNameIndex index;
     std::map<std::pair<std::string, std::string>, customer *> expected;
     // "AB"+"C" and "A"+"BC" must stay different customers.
     for (int i = 0; i < 500; i++) {
-        std::string last = numbered("L", i % 50), first = numbered("", i / 50);
+        std::string last = "L" + std::to_string(i % 50), first = std::to_string(i / 50);
         index.insert(last.c_str(), first.c_str(), tag(i));
         expected[{last, first}] = tag(i);
         if (i % 3 == 0) {
@@ -39,7 +32,7 @@ TEST(ExactNameIndex, AgreesWithAMapThroughGrowthAndRemovals) {
     EXPECT_EQ(index.find("A", "BC"), tag(1001));
     EXPECT_EQ(index.size(), expected.size() + 2);
     for (int i = 0; i < 500; i++) {
-        std::string last = numbered("L", i % 50), first = numbered("", i / 50);
+        std::string last = "L" + std::to_string(i % 50), first = std::to_string(i / 50);
         auto it = expected.find({last, first});
         EXPECT_EQ(index.find(last.c_str(), first.c_str()),
                   it == expected.end() ? nullptr : it->second)

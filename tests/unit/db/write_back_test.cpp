@@ -13,21 +13,11 @@ class WriteBackTest : public DbTest {
   protected:
     void SetUp() override {
         DbTest::SetUp();
-        write_file("VNKPRICE.DAT", "$VERSION 2\n\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n");
-        write_file("VNKABBRV.DAT", "$VERSION 1\njd\tdoe\nJD\tSMITH JOHN\n! old entry\n");
-        write_file("VNKCUST.DAT", "$VERSION 6\n" + customer_record("LEE\tAL") +
-                                      customer_record("SMITH\tJOHN", "CREDIT\tFULL") +
-                                      customer_record("WALKER\tW", "CASH\tCASH"));
-        write_file("VNKBAL.DAT", "$VERSION 1\nLEE\tAL\t-1200\nWALKER\tW\t900\n");
-        const std::string flight =
-            "$VERSION 2\n6-2-2005\t1\tLEE,AL\tN9\tAL\tO\t\t\tTP\tPAWNEE\t2\t11:00\t11:20\n";
-        write_file("VNKFLGQU.HIS", flight);
-        write_file("VNKFLGHT.HIS", flight);
-        write_file("VNKGASQU.HIS", "$VERSION 2\n$MISC\n6-1-2005\t1\t1\tSMITH,JOHN\tY\t1500\tTie\n");
-        write_file("VNKGAS.HIS",
-                   "$VERSION 2\n$GAS\n6-3-2005\t2\t1\tSMITH,JOHN\t3075\t100\t12.3\tN1\tJ\n");
-        write_file("VNKPMNTQ.HIS", "$VERSION 3\n$PAYMENTS\n6-1-2005\t1000\t55\tLEE,AL\tdues\n");
-        write_file("VNKPMNT.HIS", "$VERSION 3\n$PAYMENTS\n6-4-2005\t2500\t101\tSMITH,JOHN\ttows\n");
+        lay_out_two_member_period("LEE,AL\tN9\tAL");
+        write_masters("\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n",
+                      customer_record("LEE\tAL") + customer_record("SMITH\tJOHN", "CREDIT\tFULL") +
+                          customer_record("WALKER\tW", "CASH\tCASH"),
+                      "jd\tdoe\nJD\tSMITH JOHN\n! old entry\n", "LEE\tAL\t-1200\nWALKER\tW\t900\n");
     }
 
     static bool all_flags_set() {

@@ -8,7 +8,7 @@ namespace {
 
 class FlightIndexTest : public DbTest {
   protected:
-    flight *stored(customer *c, date_t date, int number, const char *plane) {
+    static flight *stored(customer *c, date_t date, int number, const char *plane) {
         flight *f = new_flight(c, plane);
         f->date = date;
         f->number = number;
@@ -44,12 +44,8 @@ TEST_F(FlightIndexTest, FindsTheFirstFlightOfTheSameCustomerDateAndNumber) {
     EXPECT_EQ(index.first(nullptr, day, 2), nullptr);
     // Asked again, the answers do not change.
     EXPECT_EQ(index.first(ann, day, 2), first);
-}
-
-TEST_F(FlightIndexTest, ACustomerWithoutFlightsHasNoDuplicates) {
-    customer *c = fc_cust("CASH", "", true);
-    FlightIndex index;
-    EXPECT_EQ(index.first(c, 0, 0), nullptr);
+    // A customer without flights has no duplicates.
+    EXPECT_EQ(FlightIndex().first(fc_cust("CASH", "", true), 0, 0), nullptr);
 }
 
 } // namespace

@@ -21,15 +21,11 @@ class ImportTest : public DbTest {
     void SetUp() override {
         DbTest::SetUp();
         entry_reset();
-        write_file("VNKPRICE.DAT", "$VERSION 2\n$PRICE\tASK21\t1\n\tDEFAULT\t42.000\n"
-                                   "$PRICE\tDISCUS\t2\n\tDEFAULT\t48.000\n"
-                                   "$PRICE\tDEFAULT-TOWHEIGHT\t0\n\tDEFAULT\t2.000\n"
-                                   "$TUG\tPAWNEE\n$TUG\tHUSKY\n");
-        write_file("VNKCUST.DAT", "$VERSION 6\n" + customer_record("CASH\t", "CASH\tCASH") +
-                                      customer_record("LEE\tAL") +
-                                      customer_record("SMITH\tJOHN", "CREDIT\tFULL"));
-        write_file("VNKABBRV.DAT", "$VERSION 1\nJS\tSMITH JOHN\n");
-        write_file("VNKBAL.DAT", "$VERSION 1\n");
+        write_masters("$PRICE\tASK21\t1\n\tDEFAULT\t42.000\n$PRICE\tDISCUS\t2\n\tDEFAULT\t48.000\n"
+                      "$PRICE\tDEFAULT-TOWHEIGHT\t0\n\tDEFAULT\t2.000\n$TUG\tPAWNEE\n$TUG\tHUSKY\n",
+                      customer_record("CASH\t", "CASH\tCASH") + customer_record("LEE\tAL") +
+                          customer_record("SMITH\tJOHN", "CREDIT\tFULL"),
+                      "JS\tSMITH JOHN\n");
         write_file("VNKFLGHT.HIS", kStored);
     }
     void TearDown() override {
@@ -119,10 +115,6 @@ TEST_F(ImportTest, RefusesEachRowEnterWouldNotTakeWithItsLine) {
 }
 
 TEST_F(ImportTest, HeaderAndFileProblemsStopBeforeAnyRow) {
-    auto ends = [](const std::string &out, const std::string &end) {
-        return out.size() >= end.size() &&
-               out.compare(out.size() - end.size(), end.size(), end) == 0;
-    };
     const std::pair<const char *, const char *> cases[] = {
         {"date,account,plane,takeoff,landing,colour\n",
          "? Unknown column \"colour\" (IMPORT ? lists the names).\n"},
@@ -131,10 +123,9 @@ TEST_F(ImportTest, HeaderAndFileProblemsStopBeforeAnyRow) {
         {"date,account,plane,takeoff\n", "? The file has no LANDING column.\n"},
         {"\"date\"x,account\n", "? The first line of \"F.CSV\" must name the columns.\n"}};
     for (auto [csv, said] : cases)
-        EXPECT_TRUE(ends(import(csv, ""), std::string(": ") + said)) << csv;
+        EXPECT_TRUE(import(csv, "").ends_with(std::string(": ") + said)) << csv;
     feed_input("NOFILE.CSV\n");
-    EXPECT_TRUE(
-        ends(output_of([] { do_import(); }), ": ? Unable to read CSV file \"NOFILE.CSV\"\n"));
+    EXPECT_TRUE(output_of(do_import).ends_with(": ? Unable to read CSV file \"NOFILE.CSV\"\n"));
     EXPECT_EQ(read_file("VNKFLGHT.HIS"), kStored);
 }
 

@@ -13,7 +13,10 @@ namespace {
 
 class EditLimitsTest : public DbTest {
   protected:
-    static std::string reload() {
+    // SAVE, then the next start: what the reading said.
+    static std::string save_and_reload() {
+        db.price_changed = db.abbrev_changed = db.cust_changed = db.balances_changed = 1;
+        output_of(do_save);
         db_reset();
         db_init();
         return output_of([] { maybe_read(); });
@@ -21,9 +24,7 @@ class EditLimitsTest : public DbTest {
 };
 
 TEST_F(EditLimitsTest, CustomerAtEveryLimitReadsBackWhole) {
-    write_file("VNKPRICE.DAT", "$VERSION 2\n");
-    write_file("VNKABBRV.DAT", "$VERSION 1\n");
-    write_file("VNKBAL.DAT", "$VERSION 1\n");
+    write_masters("", "");
     const std::string first(93, 'F');
     const std::string last(CUSTOMER_NAMES_MAX - 93, 'L');
     const std::string cat(CATEGORY_NAME_MAX, 'C');
@@ -53,14 +54,8 @@ TEST_F(EditLimitsTest, CustomerAtEveryLimitReadsBackWhole) {
     fc_customer_flag(c, flag1.c_str(), true);
     ASSERT_TRUE(flags_fit(c, flag2.c_str()));
     fc_customer_flag(c, flag2.c_str(), true);
-    db.cust_changed = 1;
-    db.balances_changed = 1;
-    output_of([] {
-        do_w_custs();
-        do_w_balances();
-    });
 
-    std::string out = reload();
+    std::string out = save_and_reload();
     EXPECT_FALSE(has(out, "?")) << out;
     c = fc_cust(last.c_str(), first.c_str(), false);
     ASSERT_NE(c, nullptr);
@@ -86,8 +81,7 @@ TEST_F(EditLimitsTest, CustomerAtEveryLimitReadsBackWhole) {
 }
 
 TEST_F(EditLimitsTest, PricesSettingsAndAbbreviationsAtTheirLimitsReadBackWhole) {
-    write_file("VNKCUST.DAT", "$VERSION 6\n");
-    write_file("VNKBAL.DAT", "$VERSION 1\n");
+    write_masters("", "");
     const std::string item(ITEM_NAME_MAX, 'I'), cat(CATEGORY_NAME_MAX, 'C');
     const std::string grade(GRADE_NAME_MAX, 'G');
     const std::string server(EMAIL_WORD_MAX, 'S'), sender(EMAIL_WORD_MAX, 'E');
@@ -102,14 +96,8 @@ TEST_F(EditLimitsTest, PricesSettingsAndAbbreviationsAtTheirLimitsReadBackWhole)
     replace_str(&db.emailSender, sender.c_str());
     replace_str(&db.emailSubject, subject.c_str());
     fc_abbrev(key.c_str(), abbr_last.c_str(), "F", true);
-    db.price_changed = 1;
-    db.abbrev_changed = 1;
-    output_of([] {
-        do_w_prices();
-        do_w_abbrev();
-    });
 
-    std::string out = reload();
+    std::string out = save_and_reload();
     EXPECT_FALSE(has(out, "?")) << out;
     ASSERT_FALSE(db.price_list.empty());
     EXPECT_EQ(db.price_list.head()->name, item);
@@ -126,11 +114,10 @@ TEST_F(EditLimitsTest, PricesSettingsAndAbbreviationsAtTheirLimitsReadBackWhole)
 }
 
 TEST_F(EditLimitsTest, FastKeyTableFollowsAMovedKey) {
-    write_file("VNKPRICE.DAT", "$VERSION 2\n$PRICE\tASK21\t1\n\tDEFAULT\t42.000\n"
-                               "$PRICE\tDISCUS\t3\n\tDEFAULT\t48.000\n"
-                               "$PRICE\tHOOKUP\t0\n\tDEFAULT\t22.000\n");
-    write_file("VNKCUST.DAT", "$VERSION 6\n");
-    write_file("VNKBAL.DAT", "$VERSION 1\n");
+    write_masters("$PRICE\tASK21\t1\n\tDEFAULT\t42.000\n$"
+                  "PRICE\tDISCUS\t3\n\tDEFAULT\t48.000\n"
+                  "$PRICE\tHOOKUP\t0\n\tDEFAULT\t22.000\n",
+                  "");
     output_of([] { maybe_read(); });
     ASSERT_STREQ(db.nnumbers[0], "ASK21");
     ASSERT_STREQ(db.nnumbers[2], "DISCUS");

@@ -15,15 +15,12 @@ class RemoveListsTest : public DbTest {
   protected:
     void SetUp() override {
         DbTest::SetUp();
-        write_file("VNKPRICE.DAT", "$VERSION 2\n$PRICE\tASK21\t1\n\tDEFAULT\t42.000\n"
-                                   "$PRICE\tDISCUS\t3\n\tDEFAULT\t48.000\n"
-                                   "$PRICE\tGROB\t3\n\tDEFAULT\t40.000\n");
-        write_file("VNKBAL.DAT", "$VERSION 1\n");
-        write_file("VNKABBRV.DAT", "$VERSION 1\nAB\tADAMS A\nCD\tCOOK C\nEF\tDUNN D\n");
-        std::string club = "$VERSION 6\n";
+        std::string club;
         for (const char *name : {"ADAMS\tA", "BAKER\tB", "COOK\tC", "DUNN\tD"})
             club += customer_record(name, "CREDIT\tDEFAULT", "-No eMail", "-No Address");
-        write_file("VNKCUST.DAT", club);
+        write_masters("$PRICE\tASK21\t1\n\tDEFAULT\t42.000\n$PRICE\tDISCUS\t3\n\tDEFAULT\t48.000\n"
+                      "$PRICE\tGROB\t3\n\tDEFAULT\t40.000\n",
+                      club, "AB\tADAMS A\nCD\tCOOK C\nEF\tDUNN D\n");
     }
 
     static std::string run(void (*removal)(), const std::string &input) {

@@ -1,5 +1,4 @@
 // One invoice of the accounting export, and the receivables report's wrapped totals.
-
 #include "reports_fixture.h"
 
 namespace {
@@ -14,9 +13,7 @@ class ExportTest : public ReportsTest {
 
 TEST_F(ExportTest, OneInvoiceInSplitOrderWithCreditsNegated) {
     customer *c = add("ADAMS", "AL", "FULL");
-    charges *ch = static_cast<charges *>(errmalloc(sizeof(charges)));
-    memset(static_cast<void *>(ch), 0, sizeof(charges));
-    c->charges = ch;
+    charges *ch = c->charges = zeroed<charges>();
     EXPECT_EQ(written("", [&] { w_quickbooksEntry(c, 0); }), "");
     ch->misc_credit = -1000;
     EXPECT_EQ(written("", [&] { w_quickbooksEntry(c, 0); }),

@@ -16,27 +16,25 @@ namespace {
 class ExportSequenceTest : public DbTest {
   protected:
     // The export's answers: previously written data, finance charges,
-    // dates, leaving out the DEFAULT accounts, the selection.
-    static long export_invoices(const std::string &answers, std::string *console = nullptr) {
+    // dates, leaving out the DEFAULT accounts, the selection. Returns the
+    // invoiced cents; `told` gets the console.
+    static long export_invoices(const std::string &answers, std::string &told) {
         fresh_start();
         feed_input(answers);
-        std::string told = output_of([] {
+        told = output_of([] {
             FILE *file = open_o_file("QB.IIF", "output");
             w_quickbooks();
             close_o_file(file, "QB.IIF", "output");
         });
-        if (console)
-            *console = told;
         long cents = 0;
         std::istringstream iif(read_file("QB.IIF"));
-        for (std::string line; std::getline(iif, line);) {
-            std::vector<std::string> fields;
-            std::istringstream split(line);
-            for (std::string f; std::getline(split, f, '\t');)
-                fields.push_back(f);
-            if (fields.size() > 5 && fields[0] == "TRNS")
-                cents += std::lround(std::stod(fields[5]) * 100);
-        }
+        for (std::string line; std::getline(iif, line);)
+            if (line.starts_with("TRNS\t")) {
+                size_t amount = 0; // after the fifth tab
+                for (int tab = 0; tab < 5; tab++)
+                    amount = line.find('\t', amount) + 1;
+                cents += std::lround(std::stod(line.substr(amount)) * 100);
+            }
         return cents;
     }
 };
@@ -54,19 +52,19 @@ TEST_F(ExportSequenceTest, EveryChargeOfThePeriodIsInvoicedOnce) {
                                "$PRICE\tFINANCE-THRESHOLD\t0\n\tDEFAULT\t10.000\n\n"
                                "$PRICE\tMIN-FINANCE-CHARGE\t0\n\tDEFAULT\t1.000\n\n");
     std::string told;
-    long invoiced = export_invoices("NO\nNO\nNO\nYES\nALL\n", &told);
+    long invoiced = export_invoices("NO\nNO\nNO\nYES\nALL\n", told);
     EXPECT_TRUE(has(told, "\nThe records of 1 customers were left for a later export.\n")) << told;
     EXPECT_TRUE(has(read_file("QB.IIF"), "SMITH, JOHN") && !has(read_file("QB.IIF"), "LEE"));
 
     fresh_start();
     feed_input("YES\nLEE\n1\n~\nYES\n");
     output_of(rmv_flights);
-    long second = export_invoices("NO\nNO\nNO\nNO\nALL\n", &told);
+    long second = export_invoices("NO\nNO\nNO\nNO\nALL\n", told);
     EXPECT_EQ(second, 700) << told;
-    long finance = export_invoices("NO\nYES\nNO\nNO\nALL\n", &told);
+    long finance = export_invoices("NO\nYES\nNO\nNO\nALL\n", told);
     EXPECT_EQ(finance, 300) << told; // 1.5 % of Lee's $200.00
     EXPECT_TRUE(has(read_file("VNKPMNTQ.HIS"), "\t0\t0\tLEE,AL\tFinance charge exported\n"));
-    EXPECT_EQ(export_invoices("NO\nYES\nNO\nNO\nALL\n", &told), 0) << told;
+    EXPECT_EQ(export_invoices("NO\nYES\nNO\nNO\nALL\n", told), 0) << told;
     invoiced += second + finance;
 
     fresh_start();
@@ -81,7 +79,7 @@ TEST_F(ExportSequenceTest, EveryChargeOfThePeriodIsInvoicedOnce) {
     EXPECT_EQ(invoiced, statements) << told;
     EXPECT_GT(invoiced, 1000);
     // The new period's first export finds nothing of the old one.
-    EXPECT_EQ(export_invoices("NO\nNO\nNO\nNO\nALL\n", &told), 0) << told;
+    EXPECT_EQ(export_invoices("NO\nNO\nNO\nNO\nALL\n", told), 0) << told;
 }
 
 } // namespace
