@@ -18,6 +18,9 @@ TEST(Completion, OneMatchASharedPrefixOrTheChoices) {
     Completion several = complete_line("glider-", 7);
     EXPECT_FALSE(several.changed);
     EXPECT_EQ(several.choices, (std::vector<std::string>{"GLIDER-FLIGHTS", "GLIDER-TOWS"}));
+    // Listed down the columns, each as wide as the widest choice and two spaces.
+    EXPECT_EQ(format_choices({"GLIDER-FLIGHTS", "GLIDER-TOWS", "GAS-SALES"}, 34),
+              "GLIDER-FLIGHTS  GAS-SALES\nGLIDER-TOWS\n");
 }
 
 } // namespace

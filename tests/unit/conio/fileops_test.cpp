@@ -163,6 +163,31 @@ TEST_F(FileOpsTest, CopiesAndAppendsReplaceTheirTargetWhole) {
     file_fault_at(0, FileFault::NONE);
 }
 
+// A rewrite keeps the file's own mode and a new file takes the customer
+// file's, so members' data made private stays private; with neither there,
+// the umask decides.
+TEST_F(FileOpsTest, FilesKeepTheirModeOrTakeTheCustomerFilesMode) {
+    using std::filesystem::perms;
+    auto mode_made = [](const char *name) {
+        SafeFile sf;
+        EXPECT_NE(safe_open(sf, name), nullptr);
+        EXPECT_TRUE(safe_commit(sf));
+        return std::filesystem::status(name).permissions() & perms::all;
+    };
+    write_file("own.dat", "x\n");
+    chmod("own.dat", 0640);
+    write_file("VNKCUST.DAT", "x\n");
+    chmod("VNKCUST.DAT", 0600);
+    new_files_like("VNKCUST.DAT");
+    EXPECT_EQ(mode_made("own.dat"), perms(0640));
+    EXPECT_EQ(mode_made("new.dat"), perms(0600));
+    new_files_like("gone.dat");
+    mode_t mask = umask(022);
+    EXPECT_EQ(mode_made("other.dat"), perms(0644));
+    umask(mask);
+    new_files_like(nullptr);
+}
+
 TEST_F(FileOpsTest, OnlyTemporariesOfDeadRunsAreRemoved) {
     // A process that has ended gives a pid that no longer runs.
     pid_t dead = fork();

@@ -140,6 +140,7 @@ TEST_F(ParseTest, PhoneNumbers) {
         const char *normal;
     } cases[] = {{"(617) 555-1212 X 23", true, "(617)555-1212 X23"},
                  {"617 555-1212", true, "(617)555-1212"},
+                 {"(617) 555 1212", true, "(617)555-1212"},
                  {"6175551212", true, "(617)555-1212"},
                  {"555 1212 X7", true, "555-1212 X7"},
                  {"011 44 20 1234", true, "011 44 20 1234"}, // international: no pattern fits

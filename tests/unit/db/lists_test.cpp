@@ -1,6 +1,7 @@
 #include <string>
 #include <vector>
 
+#include "db/completion.h"
 #include "db_fixture.h"
 
 namespace {
@@ -18,6 +19,9 @@ TEST_F(ListsTest, TowPlaneTableLimits) {
     towplane *pawnee = fc_tug("pawnee", true);
     EXPECT_STREQ(pawnee->tugname, "PAWNEE");
     EXPECT_EQ(fc_tug("Pawnee", false), pawnee);
+    std::vector<std::string> offered; // Tab offers the named slots only
+    complete_towplanes(nullptr, "", offered);
+    EXPECT_EQ(offered, std::vector<std::string>{"PAWNEE"});
     // Names are cut to 63 characters, on lookup as well.
     towplane *lng = fc_tug(std::string(70, 'x').c_str(), true);
     EXPECT_EQ(std::string(lng->tugname), std::string(63, 'X'));
