@@ -85,13 +85,14 @@ TEST_F(MemoryTest, BatchBlocksAreCountedAndFreedOneByOne) {
     EXPECT_EQ(out2, out1);
     EXPECT_EQ(in2 - in1, count + 1);
 
-    // Forty chunks at once: the table of chunks grows and keeps them all.
+    // Eighty chunks at once, more than the table first has slots: it grows
+    // and keeps them all.
     std::vector<void *> big;
-    for (int i = 0; i < 40 * 2200; i++)
+    for (int i = 0; i < 80 * 2200; i++)
         big.push_back(errmalloc_batch(496));
     for (void *block : big)
         errfree(block);
-    EXPECT_EQ(block_counts().second - in2, 40 * 2200);
+    EXPECT_EQ(block_counts().second - in2, 80 * 2200);
 
     char *again = alloc_str_batch("again", 5);
     EXPECT_EQ(std::string(again), "again");
