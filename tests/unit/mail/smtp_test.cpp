@@ -1,19 +1,7 @@
 // The SMTP dialogue on loopback: every byte the client writes and every
 // diagnostic it prints against a scripted peer. Every wait is bounded: a
 // client that blocks fails.
-#include "mail/smtp.h"
-#include "mail/smtp_internal.h"
 #include "scripted_peer.h"
-#include "testutil.h"
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-
-#include <array>
-#include <chrono>
-#include <thread>
 
 using namespace peer;
 
