@@ -83,14 +83,16 @@ async def serve(path, deadline, cert, key, user, password, mode, mechanism, stal
     StallingSMTP.stall = stall == "stall"
 
     def protocol():
-        return StallingSMTP(recorder, hostname="relay.test", timeout=deadline, authenticator=recorder,
-                            auth_required=mode != "plain",
-                            auth_exclude_mechanism=[m for m in ("LOGIN", "PLAIN") if m != mechanism],
-                            tls_context=context if mode == "starttls" else None,
-                            require_starttls=mode == "starttls", auth_require_tls=mode == "starttls")
+        starttls = mode == "starttls"
+        return StallingSMTP(
+            recorder, hostname="relay.test", timeout=deadline, authenticator=recorder,
+            auth_required=mode != "plain", tls_context=context if starttls else None,
+            auth_exclude_mechanism=[m for m in ("LOGIN", "PLAIN") if m != mechanism],
+            require_starttls=starttls, auth_require_tls=starttls)
 
     loop = asyncio.get_running_loop()
-    server = await loop.create_server(protocol, sock=listener, ssl=context if mode == "tls" else None)
+    server = await loop.create_server(protocol, sock=listener,
+                                      ssl=context if mode == "tls" else None)
     print("PORT", listener.getsockname()[1], flush=True)
     end = loop.time() + deadline
     while loop.time() < end and not os.path.exists(os.path.join(path, "stop")):
