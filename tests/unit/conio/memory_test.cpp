@@ -25,7 +25,7 @@ std::pair<long, long> block_counts() {
     return {out, in};
 }
 
-TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
+TEST_F(MemoryTest, LargeBlocksWarnAllocFileRaisesTheLimitAndTheTimestamp) {
     EXPECT_FALSE(warns(500));
     EXPECT_TRUE(warns(501));
 
@@ -50,6 +50,12 @@ TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
     EXPECT_FALSE(warns(10000));
     EXPECT_TRUE(warns(10001));
     EXPECT_EQ(set_max_malloc(500), 10000);
+
+    write_file("empty.dat", "");
+    EXPECT_EQ(take(alloc_file("empty.dat", "test", false)), "");
+    struct tm when;
+    const char *end = strptime(timestamp(), "%a %d-%b-%Y %H:%M:%S", &when);
+    EXPECT_TRUE(end != nullptr && *end == '\0') << timestamp();
 }
 
 // Blocks carved from chunks are counted one by one like malloc's, never
@@ -97,15 +103,6 @@ TEST_F(MemoryTest, BatchBlocksAreCountedAndFreedOneByOne) {
     EXPECT_EQ(std::string(again), "again");
     errfree(again);
     EXPECT_EQ(errfree(nullptr), nullptr);
-}
-
-TEST_F(MemoryTest, EmptyFilesAndTheTimestamp) {
-    write_file("empty.dat", "");
-    EXPECT_EQ(take(alloc_file("empty.dat", "test", false)), "");
-
-    struct tm when;
-    const char *end = strptime(timestamp(), "%a %d-%b-%Y %H:%M:%S", &when);
-    EXPECT_TRUE(end != nullptr && *end == '\0') << timestamp();
 }
 
 TEST_F(MemoryTest, SafeFileReplacesTheOldFileOnlyOnASuccessfulCommit) {
