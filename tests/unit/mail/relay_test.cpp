@@ -50,18 +50,17 @@ class Relay : public TempDirTest {
 TEST_F(Relay, DeliversIntactWithStarttlsOrTlsEitherLoginAndAnAttachment) {
     MailAttachment pdf{"statement-ABLE-5-31-2005.pdf", "application/pdf",
                        std::string("%PDF-1.4\n\0\xff\r\n.\r\nend", 19)};
-    const struct {
-        const char *mode, *mechanism, *scheme;
-        const MailAttachment *file;
-    } cases[] = {{"starttls", "PLAIN", "SMTP://", nullptr}, // the prices file upper-cases it
-                 {"tls", "LOGIN", "smtps://", nullptr},
-                 {"starttls", "LOGIN", "smtp://", &pdf}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.mode);
+    // The prices file keeps the setting upper-cased.
+    const std::tuple<const char *, const char *, const char *, const MailAttachment *> cases[] = {
+        {"starttls", "PLAIN", "SMTP://", nullptr},
+        {"tls", "LOGIN", "smtps://", nullptr},
+        {"starttls", "LOGIN", "smtp://", &pdf}};
+    for (auto [mode, mechanism, scheme, file] : cases) {
+        SCOPED_TRACE(mode);
         for (const char *name : {"1.content", "1.envelope", "1.body"})
             std::filesystem::remove(name);
-        std::string out, server = start(c.scheme, c.mode, c.mechanism);
-        EXPECT_TRUE(send(server, out, c.file)) << out;
+        std::string out, server = start(scheme, mode, mechanism);
+        EXPECT_TRUE(send(server, out, file)) << out;
         relay->stop();
         EXPECT_EQ(out, "");
         EXPECT_EQ(read_file("1.envelope"), "club@example.org\nmember@example.org\n");
@@ -69,7 +68,7 @@ TEST_F(Relay, DeliversIntactWithStarttlsOrTlsEitherLoginAndAnAttachment) {
         std::string message = "\r\n" + read_file("1.content");
         // The other header fields are checked by the SEND-BY-EMAIL transcript.
         EXPECT_TRUE(has(message, "\r\nSubject: Your statement\r\n"));
-        if (c.file == nullptr) {
+        if (file == nullptr) {
             EXPECT_EQ(message.substr(message.find("\r\n\r\n") + 4),
                       "Dear member,\r\n.\r\n..two dots\r\nlast line\r\n");
             EXPECT_TRUE(

@@ -24,17 +24,15 @@ TEST(SmtpDialogue, SendmailWritesTheWholeConversationWithRepliesOneStepLate) {
 }
 
 TEST(SmtpMessage, DateLineKeepsTheMarkerOnTheTwentyFourHourClock) {
-    const struct {
-        time_t when;
-        const char *date, *time;
-    } cases[] = {{1118145600 - 1, "Tue, 07 Jun 2005", "11:59:59 AM"},
-                 {1118145600, "Tue, 07 Jun 2005", "12:00:00 PM"},
-                 {1135987199, "Fri, 30 Dec 2005", "23:59:59 PM"},
-                 {951782400 + 3723, "Tue, 29 Feb 2000", "01:02:03 AM"}};
-    for (const auto &c : cases) {
+    const std::tuple<time_t, const char *, const char *> cases[] = {
+        {1118145600 - 1, "Tue, 07 Jun 2005", "11:59:59 AM"},
+        {1118145600, "Tue, 07 Jun 2005", "12:00:00 PM"},
+        {1135987199, "Fri, 30 Dec 2005", "23:59:59 PM"},
+        {951782400 + 3723, "Tue, 29 Feb 2000", "01:02:03 AM"}};
+    for (auto [when, day, hour] : cases) {
         char date[100], timeText[100];
-        smtp_format_date(c.when, date, sizeof date, timeText, sizeof timeText);
-        EXPECT_EQ(std::string(date) + " " + timeText, std::string(c.date) + " " + c.time);
+        smtp_format_date(when, date, sizeof date, timeText, sizeof timeText);
+        EXPECT_EQ(std::string(date) + " " + timeText, std::string(day) + " " + hour);
     }
 }
 
