@@ -14,6 +14,7 @@
 
 #include <array>
 #include <chrono>
+#include <regex>
 #include <thread>
 
 namespace peer {
@@ -25,25 +26,10 @@ const char *const FROM = "club@example.org";
 const std::string MAIL = "MAIL FROM: <club@example.org>\r\n";
 const std::string RCPT = "RCPT TO: <member@example.org<member@example.org>\r\n";
 
-// The DATA's DATE line must show a moment of the call, in English, UTC, on
-// the 24-hour clock with an AM/PM marker; it is then replaced by "DATE: *"
-// so that the rest can be compared byte for byte.
-inline std::string mask_date(std::string wire, time_t before, time_t after) {
-    size_t at = wire.find("DATE: ");
-    if (at == std::string::npos)
-        return wire;
-    size_t end = wire.find("\r\n", at) + 2;
-    bool shown = false;
-    for (time_t t = before; t <= after; t++) {
-        struct tm utc;
-        char text[100];
-        gmtime_r(&t, &utc);
-        strftime(text, sizeof text, "DATE: %a, %d %b %Y %H:%M:%S", &utc);
-        std::string line = text + std::string(utc.tm_hour < 12 ? " AM\r\n" : " PM\r\n");
-        shown = shown || wire.compare(at, end - at, line) == 0;
-    }
-    EXPECT_TRUE(shown) << wire.substr(at, end - at);
-    return wire.replace(at, end - at, "DATE: *\r\n");
+// The DATE line (the transcripts and the date test check it) masked as
+// "DATE: *", so that the rest can be compared byte for byte.
+inline std::string mask_date(const std::string &wire) {
+    return std::regex_replace(wire, std::regex("\r\nDATE: [^\r\n]*\r\n"), "\r\nDATE: *\r\n");
 }
 
 // HELO names the server exactly as it was passed in, port and all.
@@ -118,13 +104,11 @@ Outcome run_with_peer(const std::array<std::string, 6> &replies, Client client,
         if (conn >= 0)
             close(conn);
     });
-    time_t before = time(nullptr);
     o.out = output_of([&] { o.result = client(o.server); });
-    time_t done = time(nullptr);
     peer.join();
     close(listener);
     EXPECT_FALSE(timedOut) << "the client blocked";
-    o.wire = mask_date(o.wire, before, done);
+    o.wire = mask_date(o.wire);
     return o;
 }
 
