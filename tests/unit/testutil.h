@@ -177,8 +177,7 @@ class TempDirTest : public testing::Test {
         std::filesystem::remove_all(dir_, ignored);
     }
 
-    std::filesystem::path dir_;
-    std::filesystem::path old_dir_;
+    std::filesystem::path dir_, old_dir_;
 };
 
 // The exit status of `work` run in a child (-1 when a signal ended it), for

@@ -33,13 +33,11 @@ TEST_F(MemoryTest, LargeBlocksWarnAllocFileRaisesTheLimitAndTheTimestamp) {
     // 500 only after a successful read.
     std::string content = "first\n" + std::string(900, 'L') + "\nlast without newline";
     write_file("big.dat", content);
-    char *text = nullptr;
+    std::string text;
     auto [out0, in0] = block_counts();
-    EXPECT_EQ(output_of([&] { text = alloc_file("big.dat", "heading", true); }),
+    EXPECT_EQ(output_of([&] { text = take(alloc_file("big.dat", "heading", true)); }),
               "Reading heading file \"big.dat\"\n");
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(std::string(text), content);
-    errfree(text);
+    EXPECT_EQ(text, content);
     auto [out1, in1] = block_counts(); // every piece read is given back
     EXPECT_EQ(out1 - out0, in1 - in0);
     EXPECT_TRUE(warns(501));
@@ -99,9 +97,7 @@ TEST_F(MemoryTest, BatchBlocksAreCountedAndFreedOneByOne) {
         errfree(block);
     EXPECT_EQ(block_counts().second - in2, 40 * 2200);
 
-    char *again = alloc_str_batch("again", 5);
-    EXPECT_EQ(std::string(again), "again");
-    errfree(again);
+    EXPECT_EQ(take(alloc_str_batch("again", 5)), "again");
     EXPECT_EQ(errfree(nullptr), nullptr);
 }
 
