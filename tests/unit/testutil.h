@@ -9,8 +9,8 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
+#include <sstream>
 #include <string>
 
 #include <csignal>
@@ -25,9 +25,12 @@ inline void write_file(const std::string &name, const std::string &content) {
     std::ofstream(name, std::ios::binary) << content;
 }
 
+// A file that cannot be read (a folder, say) reads as empty.
 inline std::string read_file(const std::string &name) {
     std::ifstream in(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
 }
 
 // Captures everything written to standard output, by printf and by the
