@@ -1,14 +1,11 @@
 #!/usr/bin/python3
-"""Statements as PDF, read back with poppler's pdftotext:
-statements.py VARNOK DEMO_DIR
+"""Statements as PDF, read back with poppler's pdftotext: statements.py VARNOK DEMO_DIR
 
-On the demo club (and on the demo club with one member's month long enough
-for a second page): WRITE to a .pdf name with BILLS gives one page group
-per statement whose text is that statement's lines, and STATEMENT gives one
-small page. EMAIL-BILLS and SEND-BY-EMAIL STATEMENT through aiosmtpd
-(STARTTLS, AUTH LOGIN) send each member's text body unchanged beside
-exactly one application/pdf part that reads as the same statement; with
-"$EMAIL_ATTACH_PDF NO" the same messages go out as text alone."""
+On the demo club (and with one member's month long enough for a second page), BILLS
+written to a .pdf gives pages reading as each statement's lines, and STATEMENT one small
+page. EMAIL-BILLS and SEND-BY-EMAIL STATEMENT through aiosmtpd (STARTTLS, AUTH LOGIN) send
+each text body unchanged beside one application/pdf part that reads as the same statement;
+with "$EMAIL_ATTACH_PDF NO" the same messages go out as text alone."""
 
 import os
 import re
@@ -31,6 +28,10 @@ def check(ok, what):
     if not ok:
         failures.append(what)
     return ok
+
+
+def output(*command):
+    return subprocess.run(command, capture_output=True, text=True).stdout
 
 
 def run(program, club, keys, env=None):
@@ -58,13 +59,6 @@ def as_read(lines):
     return out
 
 
-def utf8_or_latin1(data):
-    try:
-        return data.decode()
-    except UnicodeDecodeError:
-        return data.decode("latin-1")
-
-
 def name_of(statement, heading_lines):
     for line in paper(statement)[max(9, heading_lines):]:
         if line.strip():
@@ -87,37 +81,30 @@ def pdf_pages(path):
     return [as_read(page.split("\n")) for page in text.split("\f")[:-1]]
 
 
-def pdf_info(path, field):
-    info = subprocess.run(["pdfinfo", path], capture_output=True, text=True).stdout
-    found = re.search(r"^%s:\s*(\d+)" % field, info, re.M)
-    return int(found.group(1)) if found else -1
-
-
-def check_statements(pdf, statements, heading_lines, label):
-    """Page for page, the PDF reads as the statements, and the name stands
-    where a window envelope shows it."""
-    wanted = []
+def bills_to_pdf(program, club):
+    """Page for page, the PDF reads as the statements, and the name stands where a window
+    envelope shows it."""
+    out = run(program, club, "BILLS\n\n\nWRITE all.pdf\nBILLS\n\nEXIT\n")
+    statements = []
+    for statement in open(os.path.join(club, "VNKSTMNT.LIS"), "rb").read().split(b"\f")[:-2]:
+        # A letter is one column whether the file has it in UTF-8 or Latin 1.
+        try:
+            statements.append(statement.decode())
+        except UnicodeDecodeError:
+            statements.append(statement.decode("latin-1"))
+    with open(os.path.join(club, "VNKHEAD.DAT"), encoding="latin-1") as heading:
+        heading_lines = heading.read().count("\n") + 1
+    pdf, label, pages = os.path.join(club, "ALL.PDF"), os.path.basename(club), []
     for statement in statements:
-        wanted += expected_pages(statement, name_of(statement, heading_lines))
-    check(pdf_pages(pdf) == wanted, label + ": the pages do not read as the statements")
-    check(pdf_info(pdf, "Pages") == len(wanted), label + ": page count")
-    tsv = subprocess.run(["pdftotext", "-tsv", "-f", "1", "-l", "1", pdf, "-"],
-                         capture_output=True, text=True).stdout
+        pages += expected_pages(statement, name_of(statement, heading_lines))
+    check(pdf_pages(pdf) == pages, label + ": the pages do not read as the statements")
+    check(re.search(r"^Pages:\s*%d$" % len(pages), output("pdfinfo", pdf), re.M),
+          label + ": page count")
     first = name_of(statements[0], heading_lines).split()[0]
-    tops = [float(row.split("\t")[7]) for row in tsv.splitlines()[1:]
+    tops = [float(row.split("\t")[7]) for row in
+            output("pdftotext", "-tsv", "-f", "1", "-l", "1", pdf, "-").splitlines()[1:]
             if row.split("\t")[-1] == first]
     check(tops and 147 <= tops[0] <= 194, label + ": name line not in the envelope window")
-    return wanted
-
-
-def bills_to_pdf(program, club):
-    out = run(program, club, "BILLS\n\n\nWRITE all.pdf\nBILLS\n\nEXIT\n")
-    statements = open(os.path.join(club, "VNKSTMNT.LIS"), "rb").read().split(b"\f")[:-2]
-    # A letter is one column whether the file has it in UTF-8 or Latin 1.
-    statements = [utf8_or_latin1(statement) for statement in statements]
-    heading = open(os.path.join(club, "VNKHEAD.DAT"), encoding="latin-1").read()
-    pages = check_statements(os.path.join(club, "ALL.PDF"), statements,
-                             heading.count("\n") + 1, os.path.basename(club))
     check("%d statements (%d pages) written to ALL.PDF" % (len(statements), len(pages)) in out,
           "WRITE did not say what it wrote")
     return pages
@@ -138,8 +125,7 @@ def case_demo(program, demo, tmp):
     text = open(os.path.join(club, "ONE.TXT"), encoding="latin-1").read()
     check(os.path.getsize(one) < 20000, "a one-page statement's PDF is not under 20 KB")
     # libharu lists a font on a page only once the page uses it.
-    fonts = subprocess.run(["pdffonts", one], capture_output=True, text=True).stdout
-    check("Courier-Bold" in fonts, "the new balance is not emphasised")
+    check("Courier-Bold" in output("pdffonts", one), "the new balance is not emphasised")
     check(pdf_pages(one) == expected_pages(text, "KAREN ANDERSON"),
           "the STATEMENT PDF does not read as the STATEMENT text")
 
@@ -161,18 +147,13 @@ def case_long(program, demo, tmp):
           "the long statement does not go on to a second page")
 
 
-def start_relay(where):
+def mail_run(program, demo, tmp, name, attach):
+    club, where = demo_club(tmp, demo, name), os.path.join(tmp, name + "-relay")
     os.makedirs(where)
     server = subprocess.Popen(["/usr/bin/python3", RELAY, where, "60", "cert.pem", "key.pem",
                                "treasurer", "s3cret-pw", "starttls", "LOGIN"],
-                              cwd=os.path.dirname(where), stdout=subprocess.PIPE, text=True)
+                              cwd=tmp, stdout=subprocess.PIPE, text=True)
     port = server.stdout.readline().split()[1]
-    return server, port
-
-
-def mail_run(program, demo, tmp, name, attach):
-    club = demo_club(tmp, demo, name)
-    server, port = start_relay(os.path.join(tmp, name + "-relay"))
     prices = os.path.join(club, "VNKPRICE.DAT")
     text = re.sub(r"(?m)^\$EMAIL_SERVER\t.*$", "$EMAIL_SERVER\tsmtp://127.0.0.1:" + port,
                   open(prices).read())
@@ -185,9 +166,9 @@ def mail_run(program, demo, tmp, name, attach):
     # a run across midnight names the file as the test expects.
     run(program, club, "DATE 6-7-2005\nEMAIL-BILLS\n\nYES\n5-1-2005\n5-31-2005\n"
         "SEND-BY-EMAIL\nSTATEMENT\nKaren Anderson\nNO\nEXIT\n", env)
-    open(os.path.join(tmp, name + "-relay", "stop"), "w").close()
+    open(os.path.join(where, "stop"), "w").close()
     server.wait()
-    return os.path.join(tmp, name + "-relay")
+    return where
 
 
 def case_relay(program, demo, tmp):
@@ -205,15 +186,13 @@ def case_relay(program, demo, tmp):
         body = read(with_pdf, "body")
         check(body == read(text_only, "body"), "message %d: the text body changed" % n)
         check(read(text_only, "parts") is None, "message %d: attached though switched off" % n)
-        parts = (read(with_pdf, "parts") or "").splitlines()
+        parts = read(with_pdf, "parts") or ""
         end = "5-31-2005" if n < count else "6-7-2005"
-        pdfs = [p for p in parts if p.startswith("application/pdf ")]
-        named = pdfs and re.fullmatch(r"application/pdf statement-(.+)-%s\.pdf" % end, pdfs[0])
-        if not check(parts[:1] == ["text/plain "] and len(parts) == 2 and named,
-                     "message %d: parts %r" % (n, parts)):
+        named = re.fullmatch(r"text/plain \napplication/pdf statement-(.+)-%s\.pdf\n" % end, parts)
+        if not check(named, "message %d: parts %r" % (n, parts)):
             continue
         name = name_of(body, 8 if n < count else 4)
-        check((" " + name).endswith(" " + named.group(1)), "message %d: file name %s" % (n, pdfs[0]))
+        check((" " + name).endswith(" " + named.group(1)), "message %d: file name %r" % (n, parts))
         check(pdf_pages(os.path.join(with_pdf, "%d.pdf" % n)) == expected_pages(body, name),
               "message %d: the PDF does not read as the text body" % n)
 

@@ -22,10 +22,10 @@
 #include "conio/iosubs.h"
 
 inline void write_file(const std::string &name, const std::string &content) {
-    std::ofstream out(name, std::ios::binary | std::ios::trunc);
-    out << content;
+    std::ofstream(name, std::ios::binary) << content;
 }
 
+// A file that cannot be read (a folder, say) reads as empty.
 inline std::string read_file(const std::string &name) {
     std::ifstream in(name, std::ios::binary);
     std::stringstream text;
@@ -149,14 +149,6 @@ template <typename Work> std::string run_on_full_disk(Work work, int &code) {
     return child.out;
 }
 
-// Reaching the end of canned input means a test asked more questions than it
-// answered; stop loudly instead of ending the test binary with status 0.
-inline void abort_on_end_of_input() {
-    fprintf(stderr, "\n*** test read past the end of its console input\n");
-    fflush(stderr);
-    abort();
-}
-
 // Each test runs in its own empty directory under TZ=UTC with the console
 // library reset and the console input empty.
 class TempDirTest : public testing::Test {
@@ -170,7 +162,12 @@ class TempDirTest : public testing::Test {
         old_dir_ = std::filesystem::current_path();
         std::filesystem::current_path(dir_);
         conio_reset();
-        i_setEndOfInputHandler(abort_on_end_of_input);
+        // Reaching the end of canned input means a test asked more questions
+        // than it answered: stop loudly, not with the test binary's status 0.
+        i_setEndOfInputHandler([] {
+            fputs("\n*** test read past the end of its console input\n", stderr);
+            abort();
+        });
         feed_input("");
     }
 
@@ -183,8 +180,7 @@ class TempDirTest : public testing::Test {
         std::filesystem::remove_all(dir_, ignored);
     }
 
-    std::filesystem::path dir_;
-    std::filesystem::path old_dir_;
+    std::filesystem::path dir_, old_dir_;
 };
 
 // The exit status of `work` run in a child (-1 when a signal ended it), for

@@ -18,15 +18,6 @@ void seed() {
     write_file("VNKGAS.TMP", kAdded);
 }
 
-// How many file steps `work` takes when nothing fails.
-template <typename Work> long steps_of(Work work) {
-    file_fault_at(0, FileFault::NONE);
-    work();
-    long n = file_steps_taken();
-    file_fault_at(0, FileFault::NONE);
-    return n;
-}
-
 std::set<std::string> names_here() {
     std::set<std::string> names;
     for (const auto &e : std::filesystem::directory_iterator("."))
@@ -39,7 +30,9 @@ std::set<std::string> names_here() {
 // old or the new history, and the next start tidies up.
 TEST_F(FileOpsTest, AppendAtEveryFailedOrKilledStepLeavesOldOrNew) {
     seed();
-    long total = steps_of([] { EXPECT_TRUE(append("VNKGAS.HIS", "VNKGAS.TMP")); });
+    file_fault_at(0, FileFault::NONE); // counts the steps
+    EXPECT_TRUE(append("VNKGAS.HIS", "VNKGAS.TMP"));
+    long total = file_steps_taken();
     EXPECT_EQ(read_file("VNKGAS.HIS"), kOld + kAdded);
     EXPECT_EQ(read_file("APPEND.TMP"), kOld + kAdded);
     ASSERT_GE(total, 8); // two rewrites: create, write, sync, close, rename each
@@ -77,20 +70,7 @@ TEST_F(FileOpsTest, AppendAtEveryFailedOrKilledStepLeavesOldOrNew) {
     EXPECT_EQ(seen.size(), 2u); // both outcomes were reached
 }
 
-TEST_F(FileOpsTest, AppendOnAFullDiskKeepsTheHistoryAndReportsTheScratchFile) {
-    std::string big(100, 'x');
-    write_file("VNKPMNT.HIS", big + "\n");
-    write_file("VNKPMNT.TMP", kAdded);
-    int code = 0;
-    std::string out = run_on_full_disk([] { return append("VNKPMNT.HIS", "VNKPMNT.TMP"); }, code);
-    EXPECT_EQ(code, 1);
-    EXPECT_TRUE(has(out, "? Unable to close file \"APPEND.TMP\"")) << out;
-    EXPECT_EQ(read_file("VNKPMNT.HIS"), big + "\n");
-    EXPECT_EQ(read_file("VNKPMNT.TMP"), kAdded);
-    EXPECT_FALSE(std::filesystem::exists("APPEND.TMP"));
-}
-
-TEST_F(FileOpsTest, AppendRefusesAHistoryThatIsThereButCannotBeRead) {
+TEST_F(FileOpsTest, AppendRefusesAnUnreadableHistoryAndKeepsItOnAFullDisk) {
     // A history the append cannot read to its end would be replaced by the
     // new lines alone; only a history that does not exist at all may be.
     // (A link to itself and a folder cannot be read even by root.)
@@ -123,6 +103,19 @@ TEST_F(FileOpsTest, AppendRefusesAHistoryThatIsThereButCannotBeRead) {
     EXPECT_TRUE(has(output_of([] { EXPECT_TRUE(append("VNKFLGHT.HIS", "VNKFLGHT.TMP")); }),
                     "? Unable to open VNKFLGHT.HIS\n"));
     EXPECT_EQ(read_file("VNKFLGHT.HIS"), kAdded);
+
+    // A full disk: the history stays, and the scratch file named is gone.
+    std::filesystem::remove("APPEND.TMP"); // the append above kept it
+    std::string big = std::string(100, 'x') + "\n";
+    write_file("VNKMISC.HIS", big);
+    write_file("VNKMISC.TMP", kAdded);
+    int code = 0;
+    std::string out = run_on_full_disk([] { return append("VNKMISC.HIS", "VNKMISC.TMP"); }, code);
+    EXPECT_EQ(code, 1);
+    EXPECT_TRUE(has(out, "? Unable to close file \"APPEND.TMP\"")) << out;
+    EXPECT_EQ(read_file("VNKMISC.HIS"), big);
+    EXPECT_EQ(read_file("VNKMISC.TMP"), kAdded);
+    EXPECT_FALSE(std::filesystem::exists("APPEND.TMP"));
 }
 
 TEST_F(FileOpsTest, CopiesAndAppendsReplaceTheirTargetWhole) {
@@ -196,18 +189,13 @@ TEST_F(FileOpsTest, OnlyTemporariesOfDeadRunsAreRemoved) {
     waitpid(dead, nullptr, 0);
     std::string d = std::to_string(dead), me = std::to_string(getpid());
     std::vector<std::string> stale = {"VNKCUST.DAT.tmp" + d + "-0", "APPEND.TMP.tmp" + d + "-12"};
-    std::vector<std::string> kept = {"VNKCUST.DAT.tmp" + me + "-0",
-                                     "VNKGAS.TMP",
-                                     "APPEND.TMP",
-                                     "X.tmp" + d,
-                                     "X.tmp" + d + "-1a",
-                                     ".tmp" + d + "-0",
-                                     "X.tmp-5-0",
-                                     "X.tmp1-0"}; // pid 1 always runs
-    for (const auto &n : stale)
-        write_file(n, "x");
-    for (const auto &n : kept)
-        write_file(n, "x");
+    // The last one names pid 1, which always runs.
+    std::vector<std::string> kept = {
+        "VNKCUST.DAT.tmp" + me + "-0", "VNKGAS.TMP",      "APPEND.TMP", "X.tmp" + d,
+        "X.tmp" + d + "-1a",           ".tmp" + d + "-0", "X.tmp-5-0",  "X.tmp1-0"};
+    for (const auto &names : {stale, kept})
+        for (const auto &n : names)
+            write_file(n, "x");
     EXPECT_EQ(remove_stale_temporaries("."), 2);
     EXPECT_EQ(names_here(), std::set<std::string>(kept.begin(), kept.end()));
 }

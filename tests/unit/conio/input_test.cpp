@@ -1,5 +1,6 @@
 // Console input: defaults, trimming, the 200-character cut, type-ahead,
-// indirect command files and the command log.
+// indirect command files, the command log and Tab completion.
+#include "conio/completion.h"
 #include "testutil.h"
 
 namespace {
@@ -72,6 +73,22 @@ TEST_F(InputTest, IndirectFilesNestAndFallBackToTheConsole) {
                     "? Too many indirect files open at once. Trying to open inner.cmd\n"));
     EXPECT_EQ(ask("E", ""), "outer one"); // the ten stay open
     closeAllIndirectFiles();
+}
+
+// A single match finishes the word, a shared prefix is added, several
+// matches are listed.
+TEST(Completion, OneMatchASharedPrefixOrTheChoices) {
+    const char *const menu[] = {"GLIDER-FLIGHTS", "GLIDER-TOWS", "GAS-SALES", nullptr};
+    CompletionScope scope(complete_from_table, CompletionSpan::WORD, menu);
+    Completion one = complete_line("ga", 2), shared = complete_line("gl", 2);
+    EXPECT_TRUE(one.changed && shared.changed);
+    EXPECT_EQ(one.replacement + "|" + shared.replacement, "GAS-SALES |GLIDER-");
+    Completion several = complete_line("glider-", 7);
+    EXPECT_FALSE(several.changed);
+    EXPECT_EQ(several.choices, (std::vector<std::string>{"GLIDER-FLIGHTS", "GLIDER-TOWS"}));
+    // Listed down the columns, each as wide as the widest choice and two spaces.
+    EXPECT_EQ(format_choices({"GLIDER-FLIGHTS", "GLIDER-TOWS", "GAS-SALES"}, 34),
+              "GLIDER-FLIGHTS  GAS-SALES\nGLIDER-TOWS\n");
 }
 
 } // namespace

@@ -25,7 +25,7 @@ std::pair<long, long> block_counts() {
     return {out, in};
 }
 
-TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
+TEST_F(MemoryTest, LargeBlocksWarnAllocFileRaisesTheLimitAndTheTimestamp) {
     EXPECT_FALSE(warns(500));
     EXPECT_TRUE(warns(501));
 
@@ -33,13 +33,11 @@ TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
     // 500 only after a successful read.
     std::string content = "first\n" + std::string(900, 'L') + "\nlast without newline";
     write_file("big.dat", content);
-    char *text = nullptr;
+    std::string text;
     auto [out0, in0] = block_counts();
-    EXPECT_EQ(output_of([&] { text = alloc_file("big.dat", "heading", true); }),
+    EXPECT_EQ(output_of([&] { text = take(alloc_file("big.dat", "heading", true)); }),
               "Reading heading file \"big.dat\"\n");
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(std::string(text), content);
-    errfree(text);
+    EXPECT_EQ(text, content);
     auto [out1, in1] = block_counts(); // every piece read is given back
     EXPECT_EQ(out1 - out0, in1 - in0);
     EXPECT_TRUE(warns(501));
@@ -50,6 +48,12 @@ TEST_F(MemoryTest, LargeBlocksWarnAndAllocFileRaisesTheLimit) {
     EXPECT_FALSE(warns(10000));
     EXPECT_TRUE(warns(10001));
     EXPECT_EQ(set_max_malloc(500), 10000);
+
+    write_file("empty.dat", "");
+    EXPECT_EQ(take(alloc_file("empty.dat", "test", false)), "");
+    struct tm when;
+    const char *end = strptime(timestamp(), "%a %d-%b-%Y %H:%M:%S", &when);
+    EXPECT_TRUE(end != nullptr && *end == '\0') << timestamp();
 }
 
 // Blocks carved from chunks are counted one by one like malloc's, never
@@ -94,19 +98,8 @@ TEST_F(MemoryTest, BatchBlocksAreCountedAndFreedOneByOne) {
         errfree(block);
     EXPECT_EQ(block_counts().second - in2, 80 * 2200);
 
-    char *again = alloc_str_batch("again", 5);
-    EXPECT_EQ(std::string(again), "again");
-    errfree(again);
+    EXPECT_EQ(take(alloc_str_batch("again", 5)), "again");
     EXPECT_EQ(errfree(nullptr), nullptr);
-}
-
-TEST_F(MemoryTest, EmptyFilesAndTheTimestamp) {
-    write_file("empty.dat", "");
-    EXPECT_EQ(take(alloc_file("empty.dat", "test", false)), "");
-
-    struct tm when;
-    const char *end = strptime(timestamp(), "%a %d-%b-%Y %H:%M:%S", &when);
-    EXPECT_TRUE(end != nullptr && *end == '\0') << timestamp();
 }
 
 TEST_F(MemoryTest, SafeFileReplacesTheOldFileOnlyOnASuccessfulCommit) {

@@ -2,20 +2,15 @@
 """A present-day relay for the mail tests (aiosmtpd):
 aiosmtpd_relay.py DIR SECONDS CERT KEY USER PASSWORD MODE MECHANISM [stall]
 
-MODE "starttls" requires STARTTLS before anything else; "tls" speaks TLS from
-the first byte; "plain" neither, nor a login, and records the code of every
-reply it sends in DIR/replies, one a line. Otherwise authentication is
-required, with MECHANISM (LOGIN or PLAIN) the only one offered, and succeeds only for USER with PASSWORD. Prints
-"PORT <n>" once it listens on 127.0.0.1 and serves any number of
-connections until SECONDS have passed or DIR/stop exists. Message N (from 1)
-is recorded as DIR/N.envelope (sender, then each recipient, one a line) and
-DIR/N.content (the data as received, dot-stuffing undone) and DIR/N.body
-(its body, line ends made LF; of a MIME message, its text part). A MIME
-message also gives DIR/N.parts (each part's type and file name, one a line)
-and DIR/N.pdf (the decoded application/pdf part). Every refused login adds
-a line to DIR/refused. With "stall", once a login was refused the relay
-answers nothing more, on any connection, as a provider that holds off a
-client guessing passwords."""
+MODE "starttls" requires STARTTLS first, "tls" speaks TLS from the first byte; both
+require a login with MECHANISM (LOGIN or PLAIN), good only for USER and PASSWORD. "plain"
+has neither and notes the code of every reply it sends in DIR/replies. Prints "PORT <n>"
+once it listens on 127.0.0.1, and serves until SECONDS have passed or DIR/stop exists.
+Message N (from 1) gives DIR/N.envelope (sender, then each recipient, one a line),
+DIR/N.content (the data as received, dot-stuffing undone), DIR/N.body (its text, line ends
+made LF) and, when MIME, DIR/N.parts (each part's type and file name) and DIR/N.pdf (the
+decoded PDF part). Each refused login adds a line to DIR/refused; with "stall" the relay
+then answers nothing more, as a provider holding off a client guessing passwords."""
 
 import asyncio
 import email
@@ -45,10 +40,8 @@ class StallingSMTP(SMTP):
 
 
 class Recorder:
-    def __init__(self, path, user, password):
-        self.path = path
-        self.user = user.encode()
-        self.password = password.encode()
+    def __init__(self, path, user, password, plain):
+        self.path, self.account, self.plain = path, (user.encode(), password.encode()), plain
         self.count = 0
 
     def write(self, name, data):
@@ -56,53 +49,51 @@ class Recorder:
             out.write(data)
 
     def __call__(self, server, session, envelope, mechanism, auth_data):
-        if auth_data.login == self.user and auth_data.password == self.password:
+        if (auth_data.login, auth_data.password) == self.account:
             return AuthResult(success=True)
         self.write("refused", mechanism.encode() + b"\n")
         return AuthResult(success=False, handled=False)
 
     async def handle_DATA(self, server, session, envelope):
         self.count += 1
+        name = lambda suffix: "%d.%s" % (self.count, suffix)
         lines = [envelope.mail_from] + list(envelope.rcpt_tos)
-        self.write("%d.envelope" % self.count, ("\n".join(lines) + "\n").encode())
-        self.write("%d.content" % self.count, envelope.original_content)
-        # The body alone, with LF line ends, to compare with a file.
+        self.write(name("envelope"), "".join(line + "\n" for line in lines).encode())
+        self.write(name("content"), envelope.original_content)
         body = envelope.original_content.split(b"\r\n\r\n", 1)[-1]
         message = email.message_from_bytes(envelope.original_content)
         if message.is_multipart():
             body = b""
             for part in message.get_payload():
                 kind = part.get_content_type()
-                self.write("%d.parts" % self.count,
-                           ("%s %s\n" % (kind, part.get_filename() or "")).encode())
+                self.write(name("parts"), ("%s %s\n" % (kind, part.get_filename() or "")).encode())
                 if kind == "text/plain" and not body:
                     body = part.get_payload(decode=True)
                 elif kind == "application/pdf":
-                    self.write("%d.pdf" % self.count, part.get_payload(decode=True))
-        self.write("%d.body" % self.count, body.replace(b"\r\n", b"\n"))
+                    self.write(name("pdf"), part.get_payload(decode=True))
+        self.write(name("body"), body.replace(b"\r\n", b"\n"))
         return "250 Message accepted for delivery"
 
 
 async def serve(path, deadline, cert, key, user, password, mode, mechanism, stall=""):
-    recorder = Recorder(path, user, password)
-    recorder.plain = mode == "plain"
+    recorder = Recorder(path, user, password, mode == "plain")
     context = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
     context.load_cert_chain(cert, key)
-    excluded = [m for m in ("LOGIN", "PLAIN") if m != mechanism]
     listener = socket.create_server(("127.0.0.1", 0))
-
     StallingSMTP.stall = stall == "stall"
 
     def protocol():
-        return StallingSMTP(recorder, hostname="relay.test", timeout=deadline, authenticator=recorder,
-                    auth_required=mode != "plain", auth_exclude_mechanism=excluded,
-                    tls_context=context if mode == "starttls" else None,
-                    require_starttls=mode == "starttls", auth_require_tls=mode == "starttls")
+        starttls = mode == "starttls"
+        return StallingSMTP(
+            recorder, hostname="relay.test", timeout=deadline, authenticator=recorder,
+            auth_required=mode != "plain", tls_context=context if starttls else None,
+            auth_exclude_mechanism=[m for m in ("LOGIN", "PLAIN") if m != mechanism],
+            require_starttls=starttls, auth_require_tls=starttls)
 
-    server = await asyncio.get_running_loop().create_server(
-        protocol, sock=listener, ssl=context if mode == "tls" else None)
-    print("PORT", listener.getsockname()[1], flush=True)
     loop = asyncio.get_running_loop()
+    server = await loop.create_server(protocol, sock=listener,
+                                      ssl=context if mode == "tls" else None)
+    print("PORT", listener.getsockname()[1], flush=True)
     end = loop.time() + deadline
     while loop.time() < end and not os.path.exists(os.path.join(path, "stop")):
         await asyncio.sleep(0.05)

@@ -3,7 +3,6 @@
 // available for the fall-back, and an inactive capture does nothing.
 #include "mail/email_capture.h"
 #include "scripted_peer.h"
-#include "testutil.h"
 
 using namespace peer;
 
@@ -22,56 +21,54 @@ class EmailCapture : public TempDirTest {
     }
 };
 
-} // namespace
+struct Mailed {
+    Outcome o;
+    bool ended;
+    std::string kept;
+};
 
-TEST_F(EmailCapture, WriterOutputGoesOutAfterThreeEmptyLinesAndLaterOutputStaysInTheFile) {
-    bool opened = false, ended = false;
-    std::string content;
-    FILE *during = nullptr;
-    Outcome o = run_with_peer(ACCEPTING, [&](const std::string &server) {
-        opened = o_emailOpen("VNKEMAIL.TMP", "Your statement", "", FROM, server.c_str());
+// A balance mailed to one member through a peer answering `replies`, then a
+// line after the last message, and the capture closed.
+Mailed mail_balance(const std::array<std::string, 6> &replies) {
+    Mailed m{};
+    m.o = run_with_peer(replies, [&](const std::string &server) {
+        EXPECT_TRUE(o_emailOpen("VNKEMAIL.TMP", "Your statement", "", FROM, server.c_str()));
         o_emailStart(TO);
-        during = get_o_file();
+        EXPECT_NE(get_o_file(), stdout);
         o_lstring("Balance:", 1, false);
         o_rmoney(1234, 20, false);
         o_newline(0);
-        ended = o_emailEnd();
-        content = o_emailGetLastContent() != nullptr ? o_emailGetLastContent() : "<none>";
+        m.ended = o_emailEnd();
+        m.kept = o_emailGetLastContent() != nullptr ? o_emailGetLastContent() : "<none>";
         o_lstring("after the last message", 1, false);
         o_newline(0);
         o_emailClose();
-        return ended;
+        return m.ended;
     });
-    EXPECT_TRUE(opened);
-    EXPECT_TRUE(ended);
-    EXPECT_NE(during, stdout);
-    EXPECT_EQ(get_o_file(), stdout);
-    EXPECT_EQ(o.out, ""); // nothing of the writer's reached the console
-    EXPECT_EQ(content, "\n\n\nBalance:      $12.34\n");
-    EXPECT_EQ(o.wire, whole_dialogue(o.server, "\r\n\r\n\r\nBalance:      $12.34\r\n"));
-    EXPECT_EQ(read_file("VNKEMAIL.TMP"), "after the last message\n");
+    return m;
 }
 
-TEST_F(EmailCapture, RefusedMessageIsLoggedAndKeptForTheFallBack) {
-    bool ended = true;
-    std::string kept;
-    Outcome o = run_with_peer(REFUSING, [&](const std::string &server) {
-        o_emailOpen("VNKEMAIL.TMP", "Your statement", "", FROM, server.c_str());
-        o_emailStart(TO);
-        o_lstring("Statement", 1, false);
-        o_newline(0);
-        ended = o_emailEnd();
-        kept = o_emailGetLastContent() != nullptr ? o_emailGetLastContent() : "<none>";
-        o_emailClose();
-        return ended;
-    });
-    EXPECT_FALSE(ended);
-    EXPECT_EQ(kept, "\n\n\nStatement\n");
-    EXPECT_TRUE(has(o.out, "SMTP problem, at send got: 550 no\r\n")) << o.out;
-    EXPECT_TRUE(
-        has(o.out, "  ? Unable to send email to member@example.org via server " + o.server + "\n"))
-        << o.out;
-    // Closing forgets the content.
+} // namespace
+
+// What a writer prints between start and end goes out after three empty
+// lines; later output stays in the file. A refused message is logged and its
+// text kept for the fall-back until the close.
+TEST_F(EmailCapture, WriterOutputGoesOutOrIsKeptForTheFallBack) {
+    Mailed m = mail_balance(ACCEPTING);
+    EXPECT_TRUE(m.ended);
+    EXPECT_EQ(get_o_file(), stdout);
+    EXPECT_EQ(m.o.out, ""); // nothing of the writer's reached the console
+    EXPECT_EQ(m.kept, "\n\n\nBalance:      $12.34\n");
+    EXPECT_EQ(m.o.wire, whole_dialogue(m.o.server, "\r\n\r\n\r\nBalance:      $12.34\r\n"));
+    EXPECT_EQ(read_file("VNKEMAIL.TMP"), "after the last message\n");
+
+    m = mail_balance(REFUSING);
+    EXPECT_FALSE(m.ended);
+    EXPECT_EQ(m.kept, "\n\n\nBalance:      $12.34\n");
+    EXPECT_TRUE(has(m.o.out, "SMTP problem, at send got: 550 no\r\n")) << m.o.out;
+    EXPECT_TRUE(has(m.o.out, "  ? Unable to send email to member@example.org via server " +
+                                 m.o.server + "\n"))
+        << m.o.out;
     EXPECT_EQ(o_emailGetLastContent(), nullptr);
 }
 

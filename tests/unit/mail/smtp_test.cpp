@@ -1,19 +1,7 @@
 // The SMTP dialogue on loopback: every byte the client writes and every
 // diagnostic it prints against a scripted peer. Every wait is bounded: a
 // client that blocks fails.
-#include "mail/smtp.h"
-#include "mail/smtp_internal.h"
 #include "scripted_peer.h"
-#include "testutil.h"
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-
-#include <array>
-#include <chrono>
-#include <thread>
 
 using namespace peer;
 
@@ -21,14 +9,10 @@ TEST(SmtpDialogue, SendmailWritesTheWholeConversationWithRepliesOneStepLate) {
     // The peer greets only after HELO. A bare LF gets a CR, but "m" LF (not
     // "M" LF) keeps its bare LF, CR LF becomes CR CR LF, and the lone "."
     // line is not stuffed.
-    setenv("TZ", "America/Denver", 1); // the machine's zone plays no part
-    tzset();
     Outcome o =
         run_sendmail({"220 relay ready\r\n", "250 relay hello\r\n", "250 sender ok\r\n",
                       "250 recipient ok\r\n", "354 go ahead\r\n", "250 queued\r\n221 bye\r\n"},
                      "Dear member,\nsent from\nthe club\r\n.\nfrom M\n", "from M\r\n\r\n.\r\n");
-    unsetenv("TZ");
-    tzset();
     EXPECT_TRUE(o.result);
     EXPECT_EQ(o.out, "");
     EXPECT_EQ(o.wire,
@@ -36,18 +20,20 @@ TEST(SmtpDialogue, SendmailWritesTheWholeConversationWithRepliesOneStepLate) {
 }
 
 TEST(SmtpMessage, DateLineKeepsTheMarkerOnTheTwentyFourHourClock) {
-    const struct {
-        time_t when;
-        const char *date, *time;
-    } cases[] = {{1118145600 - 1, "Tue, 07 Jun 2005", "11:59:59 AM"},
-                 {1118145600, "Tue, 07 Jun 2005", "12:00:00 PM"},
-                 {1135987199, "Fri, 30 Dec 2005", "23:59:59 PM"},
-                 {951782400 + 3723, "Tue, 29 Feb 2000", "01:02:03 AM"}};
-    for (const auto &c : cases) {
+    const std::tuple<time_t, const char *, const char *> cases[] = {
+        {1118145600 - 1, "Tue, 07 Jun 2005", "11:59:59 AM"},
+        {1118145600, "Tue, 07 Jun 2005", "12:00:00 PM"},
+        {1135987199, "Fri, 30 Dec 2005", "23:59:59 PM"},
+        {951782400 + 3723, "Tue, 29 Feb 2000", "01:02:03 AM"}};
+    setenv("TZ", "America/Denver", 1); // the machine's zone plays no part
+    tzset();
+    for (auto [when, day, hour] : cases) {
         char date[100], timeText[100];
-        smtp_format_date(c.when, date, sizeof date, timeText, sizeof timeText);
-        EXPECT_EQ(std::string(date) + " " + timeText, std::string(c.date) + " " + c.time);
+        smtp_format_date(when, date, sizeof date, timeText, sizeof timeText);
+        EXPECT_EQ(std::string(date) + " " + timeText, std::string(day) + " " + hour);
     }
+    unsetenv("TZ");
+    tzset();
 }
 
 TEST(SmtpDialogue, EachCheckReportsButTheDialogueRunsToTheEnd) {
