@@ -1,8 +1,5 @@
-// The longest values the editors accept must come back whole from the
-// files SAVE writes: each limit the editors enforce is checked here against
-// the real writers and readers, with every field at its limit at once. And
-// the fast-key table that flight entry offers follows a key moved by
-// CHANGE PRICE, which no transcript shows.
+// The longest values the editors accept, all at once, come back whole from the files SAVE writes.
+// And the fast-key table follows a key moved by CHANGE PRICE, which no transcript shows.
 #include <cstdint>
 #include <string>
 
@@ -17,8 +14,7 @@ class EditLimitsTest : public DbTest {
     static std::string save_and_reload() {
         db.price_changed = db.abbrev_changed = db.cust_changed = db.balances_changed = 1;
         output_of(do_save);
-        db_reset();
-        db_init();
+        fresh_start();
         return output_of([] { maybe_read(); });
     }
 };
