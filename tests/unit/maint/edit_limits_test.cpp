@@ -43,10 +43,8 @@ TEST_F(EditLimitsTest, CustomerAtEveryLimitReadsBackWhole) {
     }
     for (int i = 0; i < 4; i++)
         update_address(c, line.c_str(), i);
-    replace_str(&c->info, line.c_str());
-    replace_str(&c->contestNumber, line.c_str());
-    replace_str(&c->spouse, line.c_str());
-    replace_str(&c->eMail, line.c_str());
+    for (char **field : {&c->info, &c->contestNumber, &c->spouse, &c->eMail})
+        replace_str(field, line.c_str());
     fc_customer_flag(c, flag1.c_str(), true);
     ASSERT_TRUE(flags_fit(c, flag2.c_str()));
     fc_customer_flag(c, flag2.c_str(), true);
