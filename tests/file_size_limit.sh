@@ -1,15 +1,9 @@
 #!/bin/sh
-# Runs the program under a file-size limit of zero: every file it writes
-# fails at once. The limit's signal must not end the program; each write is
-# reported as an ordinary write error, each file keeps its old contents and
-# no temporary file is left behind.
-#
+# Under a file-size limit of zero every write fails: an ordinary write error, not the end of the
+# program; each file keeps its old contents and no temporary is left.
 #   tests/file_size_limit.sh VARNOK DEMO_DIR
 set -e
-varnok=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
-dir=$(mktemp -d)
-trap 'rc=$?; [ $rc -eq 0 ] || cat "$dir/console" >&2; rm -rf "$dir"' EXIT
-fail() { echo "$*" >&2; exit 1; }
+. "$(dirname "$0")/common.sh"
 cp -R "$2/." "$dir/club" 2>/dev/null || { mkdir "$dir/club" && cp -R "$2/." "$dir/club"; }
 cp -R "$dir/club" "$dir/before"
 

@@ -1,17 +1,10 @@
 #!/bin/sh
-# Reads the accounting export of a synthetic club the way the accounting
-# package does: every transaction's splits sum to minus its TRNS amount to
-# the cent, the TRNS amounts sum to the new charges the receivables report
-# counts for the same customers, and a second export finds nothing.
-#
+# The accounting export read as the accounting package reads it: splits balance each TRNS to the
+# cent, the TRNS sum to the receivables report's new charges, a second export finds nothing.
 #   tests/iif_check.sh VARNOK GEN_CLUB [CUSTOMERS] [FLIGHTS]
 set -e
-varnok=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
-gen=$2
-dir=$(mktemp -d)
-trap 'rc=$?; [ $rc -eq 0 ] || cat "$dir/console" >&2; rm -rf "$dir"' EXIT
-fail() { echo "$*" >&2; exit 1; }
-"$gen" "$dir/club" "${3:-300}" "${4:-20000}" >/dev/null
+. "$(dirname "$0")/common.sh"
+"$2" "$dir/club" "${3:-300}" "${4:-20000}" >/dev/null
 
 run() { # directory, output file, output, answers
     printf 'WRITE\n%s\n%s\n%bEXIT\n' "$2" "$3" "$4" >"$dir/input"

@@ -1,9 +1,6 @@
 #!/bin/sh
-# `make install` into a scratch DESTDIR puts exactly the program, its
-# manual page, the guide and the demo club under PREFIX, and the installed
-# program runs; `make uninstall` takes exactly those away again, leaving
-# what else the folders hold. The manual page renders without a warning.
-#
+# make install puts exactly the program, manual page, guide and demo club under PREFIX;
+# uninstall takes exactly those away again. The manual page renders without a warning.
 #   tests/install.sh SOURCE_DIR BUILD_DIR
 set -e
 src=$1

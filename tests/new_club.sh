@@ -1,14 +1,8 @@
 #!/bin/sh
-# varnok --new-club: an empty folder becomes a club that bills. Its three
-# prices, one customer and one flight, typed as a new treasurer would,
-# give the statement below; a folder that holds a club is refused as it is.
-#
+# varnok --new-club: an empty folder becomes a club that bills; one holding a club is refused.
 #   tests/new_club.sh VARNOK
 set -e
-varnok=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
-dir=$(mktemp -d)
-trap 'rc=$?; [ $rc -eq 0 ] || cat "$dir/console" >&2; rm -rf "$dir"' EXIT
-fail() { echo "$*" >&2; exit 1; }
+. "$(dirname "$0")/common.sh"
 
 "$varnok" --new-club "$dir/club" >"$dir/console" 2>&1
 cat >"$dir/expected" <<END

@@ -1,20 +1,11 @@
 #!/bin/sh
 # VERIFY and IMPORT on the demo club, as the README's month does them.
-# VERIFY finds what is really there: the demo's gliders are each flown
-# twice at once 72 times, and nothing else. IMPORT of demo/FLIGHTS.CSV takes
-# five rows, refuses the unknown account, names the mistyped glider; the
-# next VERIFY finds that glider in the history, and the two DISCUS flights
-# of one take-off time.
-#
 #   tests/verify_demo.sh VARNOK DEMO_DIR
 set -e
-varnok=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
-dir=$(mktemp -d)
-trap 'rc=$?; [ $rc -eq 0 ] || cat "$dir/console" >&2; rm -rf "$dir"' EXIT
+. "$(dirname "$0")/common.sh"
 cp -R "$2/." "$dir"
 printf 'VERIFY FIRST.LIS\nIMPORT FLIGHTS.CSV\n\nVERIFY AFTER.LIS\nEXIT\n' >"$dir/input"
 (cd "$dir" && TZ=UTC faketime '2005-06-07 12:00:00' "$varnok" <input >console 2>&1)
-fail() { echo "$1" >&2; exit 1; }
 [ "$(tail -1 "$dir/FIRST.LIS")" = "72 findings." ] || fail "VERIFY did not find 72"
 [ "$(grep -c ': [A-Z0-9-]* in the air twice at once on 5-' "$dir/FIRST.LIS")" = 72 ] ||
     fail "VERIFY found something else on the demo club"

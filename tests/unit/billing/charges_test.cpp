@@ -33,14 +33,13 @@ std::vector<std::string> names(const misc_breakdown *list) {
 }
 
 TEST_F(ChargesTest, TaxAndRateRoundingTruncateTowardZero) {
-    EXPECT_EQ(tax_on(50, 999), 50);
-    EXPECT_EQ(tax_on(50, -999), -49);
-    EXPECT_EQ(tax_on(50, 9), 0);
-    EXPECT_EQ(tax_on(1, 1499), 1); // 1.499 cents
-    EXPECT_EQ(tax_on(1, 1500), 2); // half a cent rounds up
-    EXPECT_EQ(rate_to_cents(42004), 4200);
-    EXPECT_EQ(rate_to_cents(42005), 4201);
-    EXPECT_EQ(rate_to_cents(-42006), -4200);
+    // 1.499 cents is 1, half a cent rounds up.
+    const int32_t taxes[][3] = {
+        {50, 999, 50}, {50, -999, -49}, {50, 9, 0}, {1, 1499, 1}, {1, 1500, 2}};
+    for (auto [cents, mills, tax] : taxes)
+        EXPECT_EQ(tax_on(cents, mills), tax) << cents << " " << mills;
+    for (auto [rate, cents] : {std::pair{42004, 4200}, {42005, 4201}, {-42006, -4200}})
+        EXPECT_EQ(rate_to_cents(rate), cents) << rate;
     // The product wraps as 32-bit arithmetic did; it never traps.
     EXPECT_EQ(tax_on(INT32_MAX, 2), (static_cast<int32_t>(-2) + 500) / 1000);
 }

@@ -88,9 +88,8 @@ class EmailBillRun : public DbTest {
 
 } // namespace
 
-// A capture file that cannot be written at any one file step (a full disk,
-// a refused rename) or is a folder: no message goes out blank or with
-// another member's statement, and none is lost.
+// A capture file unwritable at any one step, or a folder: nothing mailed blank or wrong, nothing
+// lost.
 TEST_F(EmailBillRun, AnUnwritableCaptureNeverMailsTheWrongStatementOrLosesOne) {
     std::vector<std::string> delivered;
     std::string out = bill_run(delivered);

@@ -1,7 +1,5 @@
-// Closing a period must never lose one: stopped by a kill at every file
-// step in turn, or by a full disk, every record of the period is still in
-// the data files, their ".OLD" copies or periods/, and no file is half
-// written.
+// Closing a period killed at any file step, or on a full disk, keeps every record in the data
+// files, their ".OLD" copies or periods/; no file is half written.
 #include <filesystem>
 #include <map>
 #include <string>
@@ -38,11 +36,9 @@ class EndMonthSafety : public DbTest {
             write_file(name, text);
     }
 
-    // END-MONTH answered through, TIMES said to be done, every bill
-    // question left at its default.
+    // TIMES said to be done, every bill question left at its default.
     static void end_month() {
-        db_reset();
-        db_init();
+        fresh_start();
         feed_input("\nYES\nYES\n" + std::string(40, '\n'));
         do_emonth();
     }
@@ -75,24 +71,19 @@ TEST_F(EndMonthSafety, AKillOrAFailureAtAnyFileStepEndsAsBeforeOrAsAWholeClosing
     sweep_file_steps(
         steps, lay_out_period, end_month,
         [&] {
-            // The next start, before it reads anything.
-            db_reset();
-            db_init();
+            fresh_start(); // the next start, before it reads anything
             finished_at_start += has(output_of(finish_pending_rewrite), "Finished the interrupted");
         },
         [&](FileFault) {
-            // No intent or temporary is left, and every record is once in
-            // the live files, or in the period copy and the ".OLD" files
-            // with the balances of an uninterrupted closing.
+            // Every record once, live or in the period copy and ".OLD" files of a whole closing.
             std::map<std::string, std::string> now = club_files();
             EXPECT_TRUE(now == closed || now == before);
         });
     EXPECT_GT(finished_at_start, 0);
 }
 
-// A full disk stops the closing before any file changes, and so do
-// customers that cannot be read: new balances computed without them would
-// bill the period to CASH and roll the balances forward without charges.
+// A full disk, or customers that cannot be read (the period would be billed to CASH), stop the
+// closing before any file changes.
 TEST_F(EndMonthSafety, AFullDiskOrUnreadableCustomersStopBeforeAnyFileChanges) {
     lay_out_period();
     const auto before = club_files();

@@ -39,9 +39,7 @@ class DbTest : public TempDirTest {
         write_file("VNKBAL.DAT", "$VERSION 1\n" + balances);
     }
 
-    // Lee and Smith on credit accounts, one hook-up price, and Lee's
-    // balance line as given (empty for none): the master files the crash
-    // and removal tests build their histories on.
+    // Lee and Smith on credit accounts, one hook-up price, Lee's balance line as given.
     static void write_two_member_masters(const std::string &balances) {
         write_masters("\n$PRICE\tHOOKUP\t0\n\tDEFAULT\t10.000\n\n",
                       customer_record("LEE\tAL") + customer_record("SMITH\tJOHN", "CREDIT\tFULL"),
@@ -55,8 +53,7 @@ class DbTest : public TempDirTest {
                    "$VERSION 2\n$GAS\n6-3-2005\t2\t1\tSMITH,JOHN\t3075\t100\t12.3\tN1\tJ\n");
     }
 
-    // A period of the two members with records in every history file and
-    // every companion, so that a doubled or lost one shows. The day sheet's
+    // The two members' period with records in every history file and companion; the day sheet's
     // second flight names `second` as account, plane and pilot.
     static void lay_out_two_member_period(const std::string &second) {
         for (const auto &e : std::filesystem::directory_iterator("."))
@@ -106,6 +103,20 @@ class DbTest : public TempDirTest {
             text += "--\n";
         }
         return text;
+    }
+
+    // Temporaries left in the folder, and the pending file unless `pending_ok`: then a temporary
+    // the pending file names is the next start's to finish, not a fragment.
+    static std::string leftovers(bool pending_ok) {
+        const bool pending = std::filesystem::exists(kIntentFile);
+        const std::string intent = pending_ok && pending ? read_file(kIntentFile) : "";
+        std::string found = pending && !pending_ok ? std::string(kIntentFile) + " " : "";
+        for (const auto &e : std::filesystem::directory_iterator(".")) {
+            std::string n = e.path().filename().string();
+            if (n.find(".tmp") != std::string::npos && !has(intent, "\t" + n + "\t"))
+                found += n + " ";
+        }
+        return found;
     }
 
     template <class T> static T *zeroed() {

@@ -1,6 +1,5 @@
-// DBOUT ended by a crash, or stopped by a failed file step, at every one of
-// its file steps: after the next start every history family (main file and
-// companion) holds exactly the records of an uninterrupted run, each once.
+// DBOUT killed or failing at each file step: the next start finds each record once, as after a
+// whole run.
 #include <filesystem>
 
 #include "db_fixture.h"
@@ -11,8 +10,6 @@ class DboutCrashTest : public DbTest {
   protected:
     static inline int given_up_count = 0;
 
-    // A club whose companions hold records, so that a doubled or lost
-    // companion shows.
     static void lay_out_club() { lay_out_two_member_period("LEE,AL\tN9\tAL"); }
 
     static void dbout() {
@@ -21,14 +18,11 @@ class DboutCrashTest : public DbTest {
         do_write_database();
     }
 
-    // The records after the next start; duplicate warnings and failed
-    // reads show in the text too.
+    // The records after the next start, with what the loading said if it points at trouble. A
+    // rewrite given up leaves the records as before it, which the comparison checks.
     static std::string records_after_restart() {
         std::string load;
         std::string text = DbTest::records_after_restart(load);
-        // Only what points at trouble counts from the loading messages. A
-        // rewrite given up because its new file had been replaced leaves
-        // the records as they were before it, which the comparison checks.
         size_t given_up = load.find("? The interrupted rewrite of ");
         if (given_up != std::string::npos) {
             size_t end = load.find(" are as they were before it.\n", given_up);
@@ -39,17 +33,6 @@ class DboutCrashTest : public DbTest {
             if (has(load, trouble))
                 text += "load said: " + load;
         return text;
-    }
-
-    // What a finished run must not leave: temporaries and the pending file.
-    static std::string leftovers() {
-        std::string found;
-        for (const auto &e : std::filesystem::directory_iterator(".")) {
-            std::string n = e.path().filename().string();
-            if (n.find(".tmp") != std::string::npos || n == kIntentFile)
-                found += n + " ";
-        }
-        return found;
     }
 };
 
@@ -64,10 +47,8 @@ TEST_F(DboutCrashTest, EveryKilledOrFailedStepLeavesEachRecordOnceAfterTheNextSt
     EXPECT_FALSE(has(expected, "load said")) << expected;
     ASSERT_GT(steps, 40);
 
-    // Each kill point twice: the next start finding the files as the kill
-    // left them, and finding the temporary files rewritten by entry
-    // dialogues first (possible when finishing failed at first), which the
-    // rewrite must not take for its own new files. Then each step failing.
+    // Each kill point twice: as left, and with the temporaries rewritten by entry dialogues first,
+    // which the rewrite must not take for its own new files. Then each step failing.
     int stopped = 0;
     for (int pass = 0; pass < 3; pass++) {
         const bool entry_ran = pass == 1, killed = pass < 2;
@@ -91,16 +72,13 @@ TEST_F(DboutCrashTest, EveryKilledOrFailedStepLeavesEachRecordOnceAfterTheNextSt
             SCOPED_TRACE((killed ? "killed before file step " : "failed file step ") +
                          std::to_string(n) + (entry_ran ? ", then entry ran" : "") + "\n" +
                          child.out);
-            // A failed rename stops the rewrite; a temporary file that
-            // cannot be written only skips its family.
             stopped += !killed && has(child.out, "? ");
             size_t lost = child.out.find("? Could not write");
             EXPECT_TRUE(lost == std::string::npos || !has(child.out.substr(lost), "The old copy"));
             EXPECT_EQ(records_after_restart(), expected);
-            EXPECT_EQ(leftovers(), "");
+            EXPECT_EQ(leftovers(false), "");
         }
-        // Killed between the pending file and the first rename, the
-        // rewrite finds its new files replaced only when entry ran.
+        // Killed after the pending file, it finds its new files replaced only when entry ran.
         EXPECT_TRUE(!killed || (given_up_count > 0) == entry_ran) << pass;
     }
     // Every step but the clean-up of the pending file can fail visibly.
@@ -119,8 +97,7 @@ TEST_F(DboutCrashTest, EveryKilledOrFailedStepLeavesEachRecordOnceAfterTheNextSt
 }
 
 TEST_F(DboutCrashTest, RefusesToRewriteFromAFileThatCouldNotBeRead) {
-    // Without the customers every flight would be rewritten billed to
-    // CASH; with an unreadable day sheet only its companion would remain.
+    // Without the customers every flight would be billed to CASH; without a file, its records lost.
     for (const char *broken : {"VNKCUST.DAT", "VNKFLGHT.HIS", "VNKGASQU.HIS"}) {
         lay_out_club();
         std::filesystem::remove(broken);
@@ -139,8 +116,7 @@ TEST_F(DboutCrashTest, RefusesToRewriteFromAFileThatCouldNotBeRead) {
         EXPECT_EQ(club_files(), before) << broken;
     }
 
-    // A missing history file holds nothing to lose: the rewrite goes on.
-    // A file with a bad line is kept as read, under the next free number.
+    // A missing file holds nothing to lose; one with a bad line is kept as read, numbered.
     lay_out_club();
     std::filesystem::remove("VNKPMNTQ.HIS");
     write_file("VNKGAS.HIS.BAD1", "an earlier copy\n");

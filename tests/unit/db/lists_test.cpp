@@ -73,9 +73,8 @@ TEST_F(ListsTest, NameListsAndFlightTypes) {
         EXPECT_EQ(translate_flight_type(text), code) << text;
 }
 
-// Each customer's list keeps its tail, so a removed tail is never appended
-// to; a reader's batch goes after what is already held, in file order, and
-// leaves the tails right for the next single append.
+// A removed tail is never appended to; a reader's batch goes after what is held, in file order,
+// leaving the tails right for the next single append.
 TEST_F(ListsTest, AppendingKeepsOrderThroughRemovalsAndBatches) {
     customer *a = fc_cust("ADAMS", "", true), *b = fc_cust("BAKER", "", true);
     flight *a1 = new_flight(a, "A1"), *a3 = new_flight(a, "A3");

@@ -1,7 +1,5 @@
-// Numbers too large for the 32-bit fields of the records: each reader
-// reports the line with its own message for a bad value and keeps its
-// default, instead of storing a wrapped number. The largest values that
-// fit still read exactly.
+// Numbers too large for the 32-bit fields are reported with their line and left at the default,
+// never wrapped; the largest values that fit read exactly.
 #include "db_fixture.h"
 
 namespace {
@@ -119,8 +117,7 @@ TEST_F(OutOfRangeTest, VersionsAndFastKeysBeyondTheirFieldsAreReportedNotWrapped
     EXPECT_STREQ(db.nnumbers[1], "DISCUS");
 
     write_file("VNKCUST.DAT", std::string("$VERSION ") + huge + "\nLEE\tAL\n");
-    db_reset();
-    db_init();
+    fresh_start();
     out = output_of([] { maybe_read(); });
     EXPECT_TRUE(has(out, "? Customer file version 2147483647 expected version")) << out;
 }

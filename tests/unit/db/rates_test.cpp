@@ -108,9 +108,8 @@ TEST_F(RatesTest, SumsWrapAtThe32BitLimits) {
     EXPECT_EQ(total, static_cast<int32_t>(4500000000LL - 4294967296LL));
 }
 
-// A cost takes its sign from the whole part alone; digits past the third
-// decimal are dropped. Written back, the costs come out newest first, blank
-// e-mail settings are left out and the flag labels are always there.
+// A cost takes its sign from the whole part; digits past the third decimal are dropped. Written
+// back: newest first, blank e-mail settings left out, the flag labels always there.
 TEST_F(RatesTest, PriceValueRule) {
     write_file("VNKPRICE.DAT", "$PRICE\tX\t3\n\tA\t-0.500\n\tB\t.5\n\tC\t5.\n\tD\t1.23456\n"
                                "\tE\t-12.007\n\tF\t-.5\n\tG\t1.2.3\n\tH\t1,5\n\tI\t1.X\n");

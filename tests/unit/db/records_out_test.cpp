@@ -1,6 +1,5 @@
-// The screen forms of the records; their file forms are what DBOUT writes.
-// Columns 9, 17, 25 ... count from the start of the record (which an indent
-// moves); a field that reaches its neighbour's column still gets one blank.
+// Screen columns 9, 17, 25 ... count from the start of the record (which an indent moves); a field
+// that reaches its neighbour's column still gets one blank.
 #include <string>
 
 #include "db_fixture.h"
@@ -37,11 +36,6 @@ TEST_F(RecordsOutTest, ScreenColumns) {
              5,       towpilot, 25,   570, 605, 0};
     EXPECT_EQ(line_of([&] { o_flight_struct(&f, 0, false, false); }),
               "6-7-2005 7 #12 N123 JOHN U BOB TP PAWNEE 2.5 9:30 10:05\n");
-
-    db.curDate = date;
-    EXPECT_EQ(line_of([] { o_now_info(true, 0); }),
-              "Computed on 6-7-2005 by VARNOK\n    Version 10(116)\n\n");
-    EXPECT_EQ(line_of([] { o_now_info(false, 16); }), "               Computed on 6-7-2005\n\n");
 }
 
 // The history writer builds its lines itself: they must be the tabbed

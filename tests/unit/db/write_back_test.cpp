@@ -1,6 +1,5 @@
-// Saving the master files and rewriting the history files when the disk
-// refuses: every writer reports, the old files survive byte for byte, no
-// temporary file is left behind and the change flags stay set.
+// A full disk under SAVE and DBOUT: every writer reports, the old files stay byte for byte, no
+// temporary is left and the change flags stay set.
 #include <filesystem>
 #include <map>
 #include <string>
@@ -63,9 +62,8 @@ TEST_F(WriteBackTest, FullDiskSaveKeepsOldMasterFilesAndFlags) {
                    "? Unable to close balances file \"VNKBAL.DAT\"\n");
     EXPECT_EQ(club_files(), before);
 
-    // With room on the disk the same save replaces all four. The first JD
-    // read stays; a comment of two words is read as an abbreviation. Cash
-    // customers and zero balances are left out of the balances.
+    // With room the same save replaces all four. The first JD read stays; a two-word comment reads
+    // as an abbreviation; cash customers and zero balances are left out of the balances.
     output_of(do_save);
     EXPECT_FALSE(db.abbrev_changed || db.cust_changed || db.price_changed || db.balances_changed);
     auto after = club_files();

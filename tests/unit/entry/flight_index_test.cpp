@@ -1,6 +1,4 @@
-// The duplicate test's index must give exactly what a walk of the
-// customer's flights would: the first flight in list order with that date
-// and number, of that customer only.
+// The duplicate index gives what a walk would: the first flight of that customer, date and number.
 #include "db/db_fixture.h"
 #include "entry/flight_index.h"
 

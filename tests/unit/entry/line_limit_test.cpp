@@ -1,7 +1,5 @@
-// Each free-text answer of a day sheet gets the room on its history line
-// that the answers before it leave (the readers take 200 characters): a
-// longer one is refused with that room and asked again. A line that a later
-// choice (the tow plane) still pushes past the limit is not kept.
+// Each free-text answer gets the room on its 200-character history line that the answers before
+// it leave; a line a later choice (the tow plane) pushes past the limit is not kept.
 #include <sstream>
 
 #include "db/db_fixture.h"
@@ -42,8 +40,7 @@ TEST_F(LineLimitTest, AnswersShareTheRoomInTheOrderAsked) {
               "? Too long for the history file: 0 characters are left for this line.\n"
               "? This line would be 208 characters long, more than the 200 the history file "
               "holds; it is not kept.\n"
-              // PAWNEE and the times now count; the first line's passenger
-              // does not.
+              // PAWNEE and the times now count; the first line's passenger does not.
               "? Too long for the history file: 147 characters are left for this line.\n")
         << out;
     std::string kept = read_file("VNKFLGHT.TMP");

@@ -1,6 +1,5 @@
-// "Remember" must never lose history: when a file step fails while a
-// dialogue's temporary file is appended, each history file stays as it was
-// to the byte and the temporary file keeps every line typed.
+// A file step failing under "Remember" leaves each history file as it was to the byte and the
+// temporary file with every line typed.
 #include <cstdio>
 #include <functional>
 

@@ -1,8 +1,5 @@
-// The longest values the editors accept must come back whole from the
-// files SAVE writes: each limit the editors enforce is checked here against
-// the real writers and readers, with every field at its limit at once. And
-// the fast-key table that flight entry offers follows a key moved by
-// CHANGE PRICE, which no transcript shows.
+// The longest values the editors accept, all at once, come back whole from the files SAVE writes.
+// And the fast-key table follows a key moved by CHANGE PRICE, which no transcript shows.
 #include <cstdint>
 #include <string>
 
@@ -17,8 +14,7 @@ class EditLimitsTest : public DbTest {
     static std::string save_and_reload() {
         db.price_changed = db.abbrev_changed = db.cust_changed = db.balances_changed = 1;
         output_of(do_save);
-        db_reset();
-        db_init();
+        fresh_start();
         return output_of([] { maybe_read(); });
     }
 };
@@ -47,10 +43,8 @@ TEST_F(EditLimitsTest, CustomerAtEveryLimitReadsBackWhole) {
     }
     for (int i = 0; i < 4; i++)
         update_address(c, line.c_str(), i);
-    replace_str(&c->info, line.c_str());
-    replace_str(&c->contestNumber, line.c_str());
-    replace_str(&c->spouse, line.c_str());
-    replace_str(&c->eMail, line.c_str());
+    for (char **field : {&c->info, &c->contestNumber, &c->spouse, &c->eMail})
+        replace_str(field, line.c_str());
     fc_customer_flag(c, flag1.c_str(), true);
     ASSERT_TRUE(flags_fit(c, flag2.c_str()));
     fc_customer_flag(c, flag2.c_str(), true);

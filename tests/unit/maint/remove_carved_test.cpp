@@ -1,7 +1,5 @@
-// Records read from the history files are carved from large chunks. A
-// removal frees one of them in the middle of a chunk; the chunk must live on
-// for its other records, the allocation report must count the freed blocks
-// exactly, and a RESET afterwards must hand back every chunk.
+// A record removed from the middle of a carved chunk: the chunk lives on for the others, the
+// allocation report counts the freed blocks exactly, and RESET hands back every chunk.
 #include <string>
 
 #include "db/db_fixture.h"

@@ -1,8 +1,5 @@
-// Removing a customer, an abbreviation or an item's prices keeps each list
-// and its lookup indexes in step: whatever is removed from the
-// head, the middle or the end, later lookups and insertions see the list
-// as it is, and nothing points at a freed record (the sanitizer build
-// checks the last part).
+// Removals at the head, middle or end keep each list and its lookup indexes in step; nothing
+// points at a freed record (the sanitizer build checks that part).
 #include <string>
 #include <vector>
 

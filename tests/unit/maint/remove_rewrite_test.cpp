@@ -1,8 +1,5 @@
-// Removing a flight rewrites the history files at once. A failed file step
-// or a crash at any step of that rewrite leaves every history file whole:
-// the day sheet history as it was before its rename, the new one after,
-// never a fragment; the next start finds each record exactly once. And a
-// removal refuses to start from a file that could not be read.
+// Removing a flight rewrites the history files at once: a failed step or a crash leaves each one
+// old or new, never a fragment. A removal refuses to start from a file that could not be read.
 #include <filesystem>
 #include <map>
 #include <string>
@@ -28,9 +25,7 @@ void note_flights_rename(FileStep step, const char *name) {
 
 class RemoveRewriteTest : public DbTest {
   protected:
-    // A small club whose history files are in the form a rewrite writes
-    // them, so that rewriting a family that lost nothing gives the same
-    // bytes: then every file but the day sheet history must stay as it was.
+    // Histories as a rewrite writes them: every file but the day sheet history must stay as is.
     static void lay_out_club() {
         lay_out_two_member_period("SMITH,JOHN\tN9\tJ");
         output_of([] {
@@ -64,21 +59,6 @@ class RemoveRewriteTest : public DbTest {
         std::string text = records_after_restart(load);
         return has(load, "? ") ? text + "load said: " + load : text;
     }
-
-    // A temporary of the whole-file rewrite left behind is half a file,
-    // unless it is complete and named by the pending file of a rewrite
-    // that the next start finishes.
-    static std::string fragments() {
-        std::string intent =
-            std::filesystem::exists(kIntentFile) ? read_file(kIntentFile) : std::string();
-        std::string found;
-        for (const auto &e : std::filesystem::directory_iterator(".")) {
-            std::string n = e.path().filename().string();
-            if (n.find(".tmp") != std::string::npos && !has(intent, "\t" + n + "\t"))
-                found += n + " ";
-        }
-        return found;
-    }
 };
 
 TEST_F(RemoveRewriteTest, EveryFailedOrKilledStepLeavesOldOrNewFilesNeverAFragment) {
@@ -101,8 +81,6 @@ TEST_F(RemoveRewriteTest, EveryFailedOrKilledStepLeavesOldOrNewFilesNeverAFragme
     ASSERT_EQ(after, before);
     after = histories();
 
-    // A failed step stops the rewrite, or only skips a family whose
-    // temporary file could not be written; a crash ends it there.
     for (FileFault fault : {FileFault::FAIL, FileFault::EXIT}) {
         const bool failed = fault == FileFault::FAIL;
         for (long n = 1; n <= steps; n++) {
@@ -124,10 +102,9 @@ TEST_F(RemoveRewriteTest, EveryFailedOrKilledStepLeavesOldOrNewFilesNeverAFragme
             bool renamed = failed ? renamed_at != 0 && renamed_at != n : n > clean_rename_step;
             SCOPED_TRACE(std::string(failed ? "failed" : "killed at") + " file step " +
                          std::to_string(n) + "\n" + child.out);
-            // Until the new day sheet history is renamed into place, every
-            // history file holds exactly what it held before.
+            // Until the new day sheet history is renamed into place, every file is as before.
             EXPECT_EQ(histories(), renamed ? after : before);
-            EXPECT_TRUE(!failed || fragments().empty()) << fragments();
+            EXPECT_TRUE(!failed || leftovers(true).empty()) << leftovers(true);
 
             // The next start finishes or forgets the rewrite as a whole.
             std::string flights = flights_after_restart();
@@ -135,15 +112,13 @@ TEST_F(RemoveRewriteTest, EveryFailedOrKilledStepLeavesOldOrNewFilesNeverAFragme
                 << flights;
             EXPECT_TRUE(flights == flights_before || flights == flights_after) << flights;
             EXPECT_EQ(histories(), flights == flights_after ? after : before);
-            EXPECT_EQ(fragments(), "");
-            EXPECT_FALSE(std::filesystem::exists(kIntentFile));
+            EXPECT_EQ(leftovers(false), "");
         }
     }
 }
 
 TEST_F(RemoveRewriteTest, RefusesToRemoveWhenAFileCouldNotBeRead) {
-    // A history file that opens but cannot be read: its records are not
-    // in memory, so neither a transaction nor a customer may go.
+    // A file that opens but cannot be read: neither a transaction nor a customer may go.
     for (const char *broken : {"VNKPMNT.HIS", "VNKFLGQU.HIS", "VNKCUST.DAT"}) {
         lay_out_club();
         std::filesystem::remove(broken);
@@ -164,8 +139,7 @@ TEST_F(RemoveRewriteTest, RefusesToRemoveWhenAFileCouldNotBeRead) {
         EXPECT_EQ(histories(), before) << broken;
     }
 
-    // Balances decide whether a customer may go: unreadable, every balance
-    // would look settled. A club without a balances file has none owing.
+    // Unreadable balances would all look settled.
     lay_out_club();
     std::filesystem::remove("VNKBAL.DAT");
     std::filesystem::create_directory("VNKBAL.DAT");

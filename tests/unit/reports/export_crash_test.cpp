@@ -1,7 +1,5 @@
-// The export killed, or stopped by a failed file step, at every file step:
-// after the next start either nothing happened (no IIF file, every record
-// where it was) or the whole export did (the IIF file of an uninterrupted
-// run and every exported record once in its "QU" file).
+// The export killed or failing at each file step: next start finds nothing done, or the whole
+// export (its IIF file, every exported record once in its "QU" file).
 #include <filesystem>
 #include <map>
 
@@ -14,8 +12,7 @@ namespace {
 class ExportCrashTest : public DbTest {
   protected:
     static void export_to_file() {
-        db_reset();
-        db_init();
+        fresh_start();
         feed_input("NO\nNO\nNO\nNO\nALL\n");
         FILE *file = open_o_file("QB.IIF", "output");
         if (file == nullptr)
@@ -39,8 +36,7 @@ TEST_F(ExportCrashTest, EveryKillPointAndFailedStepExportsAllOrNothing) {
     sweep_file_steps(
         steps, [] { lay_out_two_member_period("LEE,AL\tN9\tAL"); }, export_to_file,
         [] {
-            db_reset();
-            db_init();
+            fresh_start();
             output_of(finish_pending_rewrite);
         },
         [&](FileFault) {

@@ -1,6 +1,5 @@
-// SEND-BY-EMAIL MESSAGE-FROM-FILE through the real relay with each file
-// step failing in turn, and with a folder named VNKEMAIL.TMP: each member
-// either gets the file's text or is reported, never a blank or stale one.
+// SEND-BY-EMAIL from a file with each file step failing, or VNKEMAIL.TMP a folder: each member gets
+// the file's text or is reported, never a blank or stale one.
 #include "mail/loopback_relay.h"
 #include "reports_fixture.h"
 

@@ -1,8 +1,5 @@
-// The accounting export over a whole period of commands: export (one
-// category left for later), REMOVE, export, two exports with finance
-// charges, END-MONTH, export. The IIF files together invoice every new
-// charge of the period's statements exactly once, the finance charge
-// included.
+// Exports over a period (one category left for later, REMOVE, finance charges, END-MONTH)
+// together invoice every new charge of the period's statements exactly once.
 #include <cmath>
 #include <sstream>
 
@@ -15,9 +12,7 @@ namespace {
 
 class ExportSequenceTest : public DbTest {
   protected:
-    // The export's answers: previously written data, finance charges,
-    // dates, leaving out the DEFAULT accounts, the selection. Returns the
-    // invoiced cents; `told` gets the console.
+    // Returns the invoiced cents; `told` gets the console.
     static long export_invoices(const std::string &answers, std::string &told) {
         fresh_start();
         feed_input(answers);
