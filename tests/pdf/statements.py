@@ -1,11 +1,10 @@
 #!/usr/bin/python3
 """Statements as PDF, read back with poppler's pdftotext: statements.py VARNOK DEMO_DIR
 
-On the demo club (and with one member's month long enough for a second page), BILLS
-written to a .pdf gives pages reading as each statement's lines, and STATEMENT one small
-page. EMAIL-BILLS and SEND-BY-EMAIL STATEMENT through aiosmtpd (STARTTLS, AUTH LOGIN) send
-each text body unchanged beside one application/pdf part that reads as the same statement;
-with "$EMAIL_ATTACH_PDF NO" the same messages go out as text alone."""
+On the demo club (and with a month long enough for a second page), BILLS and STATEMENT written
+to a .pdf read as their text. EMAIL-BILLS and SEND-BY-EMAIL STATEMENT through aiosmtpd (STARTTLS,
+AUTH LOGIN) send each text body unchanged beside one application/pdf part that reads as the same
+statement, with the file name byte for byte; "$EMAIL_ATTACH_PDF NO" sends the text alone."""
 
 import os
 import re
@@ -48,8 +47,7 @@ def paper(text):
 
 
 def as_read(lines):
-    """What pdftotext -layout shows of a page: no blank lines above the first
-    text, none at the end, and at most four empty lines in a row."""
+    """A page as pdftotext -layout shows it: no blank lines at either end, at most four in a row."""
     out = []
     for line in lines:
         if line or (out and out[-4:] != [""] * 4):
@@ -111,9 +109,7 @@ def bills_to_pdf(program, club):
 
 
 def demo_club(tmp, demo, name):
-    club = os.path.join(tmp, name)
-    shutil.copytree(demo, club)
-    return club
+    return shutil.copytree(demo, os.path.join(tmp, name))
 
 
 def case_demo(program, demo, tmp):

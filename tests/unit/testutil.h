@@ -132,17 +132,13 @@ template <typename Work> ChildRun run_in_child(Work work, const char *input = nu
     return child;
 }
 
-// Files may not grow past `limit` bytes, as on a full disk.
-inline void fill_disk_at(rlim_t limit) {
-    signal(SIGXFSZ, SIG_IGN);
-    struct rlimit rl = {limit, limit};
-    setrlimit(RLIMIT_FSIZE, &rl);
-}
-
-// `work` on a disk full at 16 bytes; returns what it printed, and `code`.
+// `work` on a disk full at 16 bytes (files may grow no further); returns
+// what it printed, and `code`.
 template <typename Work> std::string run_on_full_disk(Work work, int &code) {
     ChildRun child = run_in_child([&] {
-        fill_disk_at(16);
+        signal(SIGXFSZ, SIG_IGN);
+        struct rlimit rl = {16, 16};
+        setrlimit(RLIMIT_FSIZE, &rl);
         return work();
     });
     code = child.status;
@@ -183,33 +179,23 @@ class TempDirTest : public testing::Test {
     std::filesystem::path dir_, old_dir_;
 };
 
-// The exit status of `work` run in a child (-1 when a signal ended it), for
-// file steps that end the process.
-template <typename Work> int exit_status_of(Work work) {
-    return run_in_child([&] { return work(), true; }).status;
-}
-
 // Ends the process at each of `steps` file steps of `work`, then fails each
 // step instead, every time on a club laid out afresh; after each comes the
 // next start (`restart`) and `check(fault)`, under a trace naming the step.
-// The counts are kept as the test's properties.
 template <typename LayOut, typename Work, typename Restart, typename Check>
 void sweep_file_steps(long steps, LayOut lay_out, Work work, Restart restart, Check check) {
-    int killed = 0, failed = 0;
     for (FileFault fault : {FileFault::EXIT, FileFault::FAIL})
         for (long step = 1; step <= steps; step++) {
             lay_out();
-            int status = exit_status_of([&] {
-                file_fault_at(step, fault);
-                work();
-            });
+            int status = run_in_child([&] {
+                             file_fault_at(step, fault);
+                             work();
+                             return true;
+                         }).status;
             ASSERT_EQ(status, fault == FileFault::EXIT ? kFileFaultExitStatus : 0) << step;
-            (fault == FileFault::EXIT ? killed : failed)++;
             restart();
             SCOPED_TRACE((fault == FileFault::EXIT ? "killed at step " : "failed step ") +
                          std::to_string(step));
             check(fault);
         }
-    ::testing::Test::RecordProperty("kill_points", killed);
-    ::testing::Test::RecordProperty("failed_steps", failed);
 }

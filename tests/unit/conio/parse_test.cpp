@@ -129,12 +129,10 @@ TEST_F(ParseTest, PhoneNumbers) {
         EXPECT_EQ(is_valid_phone(text), valid) << text;
         EXPECT_EQ(take(normalize_phone(text)), normal);
     }
+    // (The question that follows is the customer transcripts'.)
     std::string p;
-    std::string out = dialogue("home\ny\n", [&] { p = take(get_phone("Phone", "")); });
+    dialogue("home\ny\n", [&] { p = take(get_phone("Phone", "")); });
     EXPECT_EQ(p, "HOME");
-    EXPECT_TRUE(has(out, "Phone number \"HOME\" is not a US style phone number.\n"
-                         "Use number anyway [N]: "))
-        << out;
 }
 
 TEST_F(ParseTest, FileNamesFillTheMissingPartFromTheDefault) {

@@ -2,15 +2,12 @@
 """A present-day relay for the mail tests (aiosmtpd):
 aiosmtpd_relay.py DIR SECONDS CERT KEY USER PASSWORD MODE MECHANISM [stall]
 
-MODE "starttls" requires STARTTLS first, "tls" speaks TLS from the first byte; both
-require a login with MECHANISM (LOGIN or PLAIN), good only for USER and PASSWORD. "plain"
-has neither and notes the code of every reply it sends in DIR/replies. Prints "PORT <n>"
-once it listens on 127.0.0.1, and serves until SECONDS have passed or DIR/stop exists.
-Message N (from 1) gives DIR/N.envelope (sender, then each recipient, one a line),
-DIR/N.content (the data as received, dot-stuffing undone), DIR/N.body (its text, line ends
-made LF) and, when MIME, DIR/N.parts (each part's type and file name) and DIR/N.pdf (the
-decoded PDF part). Each refused login adds a line to DIR/refused; with "stall" the relay
-then answers nothing more, as a provider holding off a client guessing passwords."""
+MODE "starttls" requires STARTTLS, "tls" speaks TLS from the first byte; both require a login
+with MECHANISM (LOGIN or PLAIN) as USER and PASSWORD. "plain" has neither and notes the code of
+each reply in DIR/replies. Prints "PORT <n>", then serves until SECONDS pass or DIR/stop exists.
+Message N gives DIR/N.envelope (sender, recipients), N.content (as received), N.body (its text,
+LF line ends) and, when MIME, N.parts (type and file name of each) and N.pdf (the PDF part).
+Each refused login adds a line to DIR/refused; "stall" then answers nothing more."""
 
 import asyncio
 import email

@@ -65,10 +65,8 @@ TEST_F(EmailCapture, WriterOutputGoesOutOrIsKeptForTheFallBack) {
     m = mail_balance(REFUSING);
     EXPECT_FALSE(m.ended);
     EXPECT_EQ(m.kept, "\n\n\nBalance:      $12.34\n");
+    // (The "Unable to send" line after it is the mailing transcripts'.)
     EXPECT_TRUE(has(m.o.out, "SMTP problem, at send got: 550 no\r\n")) << m.o.out;
-    EXPECT_TRUE(has(m.o.out, "  ? Unable to send email to member@example.org via server " +
-                                 m.o.server + "\n"))
-        << m.o.out;
     EXPECT_EQ(o_emailGetLastContent(), nullptr);
 }
 

@@ -28,8 +28,6 @@ class LoopbackRelay {
         unsetenv("VARNOK_SMTP_CAFILE");
         smtp_set_time_limit(30);
     }
-    LoopbackRelay(const LoopbackRelay &) = delete;
-    LoopbackRelay &operator=(const LoopbackRelay &) = delete;
 
     // Starts the relay; returns its port. `extra` is "stall" or empty.
     unsigned start(const char *mode, const char *mechanism, const char *extra = "") {
