@@ -27,10 +27,6 @@ class ImportTest : public DbTest {
                       "JS\tSMITH JOHN\n");
         write_file("VNKFLGHT.HIS", kStored);
     }
-    void TearDown() override {
-        entry_reset();
-        DbTest::TearDown();
-    }
     static std::string import(const std::string &csv, const char *remember) {
         write_file("F.CSV", csv);
         feed_input(std::string("F.CSV\n") + remember + "\n");

@@ -59,10 +59,6 @@ class RememberTest : public DbTest, public testing::WithParamInterface<Dialogue>
         entry_reset();
         write_masters(kPrices, kCustomers);
     }
-    void TearDown() override {
-        entry_reset();
-        DbTest::TearDown();
-    }
 
     // Runs the dialogue in a child, after `prepare` (a fault); what it printed ends with "steps N",
     // the file steps it took.
