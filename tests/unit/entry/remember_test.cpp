@@ -48,10 +48,6 @@ const Dialogue kDialogues[] = {
      "6-5-2005\t1000\t77\tSMITH,JOHN\ton account\n"},
 };
 
-void PrintTo(const Dialogue &d, std::ostream *os) {
-    *os << d.name;
-}
-
 class RememberTest : public DbTest, public testing::WithParamInterface<Dialogue> {
   protected:
     void SetUp() override {
