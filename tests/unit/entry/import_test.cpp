@@ -60,8 +60,9 @@ TEST_F(ImportTest, WritesTheLinesThatTypingTheSameFlightsWrites) {
                              "2.5;12:00;20\r\n",
                              "YES");
     EXPECT_EQ(read_file("VNKFLGHT.HIS"), typed) << out;
-    EXPECT_TRUE(has(out, "3 rows read, 3 taken, 0 refused, 0 duplicates.\n")) << out;
-    EXPECT_TRUE(has(out, "F.CSV line 4: N123 is not in the prices file")) << out;
+    EXPECT_TRUE(has(out, "3 rows read, 3 taken, 0 refused, 0 duplicates.\n") &&
+                has(out, "F.CSV line 4: N123 is not in the prices file"))
+        << out;
     EXPECT_EQ(entry.flight_number, 4) << "numbers run on into the next ENTER";
 }
 
