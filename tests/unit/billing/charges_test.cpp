@@ -130,21 +130,19 @@ TEST_F(ChargesTest, FinanceChargeOnlyOnUnpaidOldBalance) {
     price("FINANCE-THRESHOLD", 10000); // $10.00
     price("FINANCE-CHARGE", 15);       // 1.5 %
     price("MIN-FINANCE-CHARGE", 1000); // $1.00
-    struct {
-        int32_t balance, credit, expected;
-    } cases[] = {
+    const int32_t cases[][3] = {
         {5000, 0, 100},       // 75 cents raised to the minimum
         {20000, 0, 300},      // above the minimum
         {999, 0, 0},          // below the threshold
         {20000, -15000, 100}, // a credit counts as paid
     };
-    for (const auto &c : cases) {
-        pilot_->balance = c.balance;
+    for (auto [balance, credit, expected] : cases) {
+        pilot_->balance = balance;
         free_customer_misc(pilot_);
-        if (c.credit != 0)
-            misc_item(pilot_, "CREDIT", c.credit, false);
-        price("FINANCE-THRESHOLD", c.balance == 5000 ? 1000 : 10000);
-        EXPECT_EQ(bill(true)->financeCharges, c.expected) << c.balance;
+        if (credit != 0)
+            misc_item(pilot_, "CREDIT", credit, false);
+        price("FINANCE-THRESHOLD", balance == 5000 ? 1000 : 10000);
+        EXPECT_EQ(bill(true)->financeCharges, expected) << balance;
     }
     // A fee of 0 is not raised to the minimum.
     price("FINANCE-CHARGE", 0);

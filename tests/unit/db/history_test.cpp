@@ -14,8 +14,7 @@ size_t count_flights(const customer *c) {
 }
 
 TEST_F(HistoryTest, DuplicatesAcrossCompanionAndTheQuickenSwitch) {
-    customer *smith = fc_cust("SMITH", "JOHN", true);
-    customer *lee = fc_cust("LEE", "AL", true);
+    customer *smith = fc_cust("SMITH", "JOHN", true), *lee = fc_cust("LEE", "AL", true);
     const std::string rest = "\tN1\tJ\tO\t\t\tT\tPAWNEE\t2\t9:00\t9:30\n";
     std::string main = "$VERSION 2\n", companion = "$VERSION 2\n";
     // Many flights of one customer, numbered per day, none duplicated.

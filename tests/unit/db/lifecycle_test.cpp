@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <string>
+#include <tuple>
 
 #include "db/db_fixture.h"
 
@@ -10,16 +11,13 @@ using LifecycleTest = DbTest;
 TEST_F(LifecycleTest, InvoiceNumbers) {
     // A name is no receipt number: zero, and no failure either; "#" alone
     // passes the number test but holds no number.
-    const struct {
-        const char *text;
-        int result;
-        int32_t number;
-    } cases[] = {{"#1234", 0, 1234}, {" 42 ", 0, 42}, {"SMITH", 0, 0},
-                 {"#12x", 0, 0},     {nullptr, 0, 0}, {"#", -1, 0}};
-    for (const auto &c : cases) {
+    const std::tuple<const char *, int, int32_t> cases[] = {{"#1234", 0, 1234}, {" 42 ", 0, 42},
+                                                            {"SMITH", 0, 0},    {"#12x", 0, 0},
+                                                            {nullptr, 0, 0},    {"#", -1, 0}};
+    for (auto [text, result, number] : cases) {
         int32_t n = 99;
-        EXPECT_EQ(set_invoice_number(&n, c.text), c.result) << (c.text ? c.text : "null");
-        EXPECT_EQ(n, c.number) << (c.text ? c.text : "null");
+        EXPECT_EQ(set_invoice_number(&n, text), result) << (text ? text : "null");
+        EXPECT_EQ(n, number) << (text ? text : "null");
     }
 }
 

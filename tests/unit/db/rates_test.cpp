@@ -1,4 +1,5 @@
 #include <string>
+#include <tuple>
 
 #include "db_fixture.h"
 
@@ -11,15 +12,13 @@ TEST_F(RatesTest, LookupFallsBackToDefaultOnly) {
     set_price(fc_item("ASK21"), "JUNIOR", 3000, 0);
     set_price(fc_item("DISCUS"), "JUNIOR", 3100, 0);
     fc_item("EMPTY");
-    const struct {
-        const char *item, *category;
-        int32_t rate;
-    } cases[] = {{"ASK21", "JUNIOR", 3000},  {"ASK21", "SENIOR", 5000}, {"ASK21", nullptr, 5000},
-                 {"DISCUS", "JUNIOR", 3100}, {"DISCUS", "SENIOR", 0},   {"DISCUS", nullptr, 0},
-                 {"EMPTY", "JUNIOR", 0}};
+    const std::tuple<const char *, const char *, int32_t> cases[] = {
+        {"ASK21", "JUNIOR", 3000},  {"ASK21", "SENIOR", 5000}, {"ASK21", nullptr, 5000},
+        {"DISCUS", "JUNIOR", 3100}, {"DISCUS", "SENIOR", 0},   {"DISCUS", nullptr, 0},
+        {"EMPTY", "JUNIOR", 0}};
     start_capture();
-    for (const auto &c : cases)
-        EXPECT_EQ(lookup_rate(c.item, c.category, true), c.rate) << c.item;
+    for (auto [item, category, rate] : cases)
+        EXPECT_EQ(lookup_rate(item, category, true), rate) << item;
     EXPECT_EQ(end_capture(), "");
 
     start_capture();
@@ -66,11 +65,7 @@ TEST_F(RatesTest, CalcPriceMinimumExtraRoundingAndWrap) {
     set_price(fc_item("MINIMUM-TIME"), "DEFAULT", 30, 0);
     set_price(fc_item("GROUND-TIME"), "DEFAULT", 10, 0);
     set_price(fc_item("CREDIT"), "DEFAULT", -1500, 0);
-    const struct {
-        int32_t quantity;
-        const char *item, *minimum, *extra;
-        int32_t cents;
-    } cases[] = {
+    const std::tuple<int32_t, const char *, const char *, const char *, int32_t> cases[] = {
         {20, "ASK21", "MINIMUM-TIME", "GROUND-TIME", 10}, // raised to 30, plus 10
         {50, "ASK21", "MINIMUM-TIME", "", 13},
         {18, "ASK21", "", "", 5},
@@ -81,9 +76,9 @@ TEST_F(RatesTest, CalcPriceMinimumExtraRoundingAndWrap) {
         {2000000, "ASK21", "", "", 70503}, // 2500 x 2,000,000 wraps to 705032704
     };
     start_capture();
-    for (const auto &k : cases)
-        EXPECT_EQ(calc_price(k.quantity, "DEFAULT", k.item, k.minimum, k.extra), k.cents)
-            << k.quantity << " " << k.item;
+    for (auto [quantity, item, minimum, extra, cents] : cases)
+        EXPECT_EQ(calc_price(quantity, "DEFAULT", item, minimum, extra), cents)
+            << quantity << " " << item;
     EXPECT_EQ(end_capture(), "");
 
     start_capture();
