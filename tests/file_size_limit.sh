@@ -7,12 +7,10 @@ set -e
 cp -R "$2/." "$dir/club" 2>/dev/null || { mkdir "$dir/club" && cp -R "$2/." "$dir/club"; }
 cp -R "$dir/club" "$dir/before"
 
-# A list and the bills that cannot be written count nothing, and the bills
-# stay not created; a balance changed and saved; a payment entered, whose
-# temporary file cannot be written, so that "Remember" is not even offered.
-printf 'WRITE\nOUT.LIS\nADDRESS-LIST\n\n\nBILLS\n\n\nTYPE\nBILLS\n\n' >"$dir/input"
-printf 'ENTER\nACCOUNT-BALANCE\nKaren Anderson\n1.00\nSAVE\n' >>"$dir/input"
-printf 'ENTER\nPAYMENTS\n\n\nKaren Anderson\n12\n10.00\nnote\n\n0\nEXIT\n' >>"$dir/input"
+# A list and the bills that cannot be written count nothing, and the bills stay not created; a
+# balance changed and saved; a payment whose temporary file cannot be written: no "Remember" offered.
+printf '%s\n' WRITE OUT.LIS ADDRESS-LIST '' '' BILLS '' '' TYPE BILLS '' ENTER ACCOUNT-BALANCE \
+    'Karen Anderson' 1.00 SAVE ENTER PAYMENTS '' '' 'Karen Anderson' 12 10.00 note '' 0 EXIT >"$dir/input"
 # The console goes through a pipe: under the limit no file can take it.
 (cd "$dir/club" && ulimit -f 0 && TZ=UTC "$varnok" <"$dir/input" 2>&1; echo "status $?") |
     cat >"$dir/console"

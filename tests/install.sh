@@ -3,19 +3,17 @@
 # uninstall takes exactly those away again. The manual page renders without a warning.
 #   tests/install.sh SOURCE_DIR BUILD_DIR
 set -e
+. "$(dirname "$0")/common.sh"
 src=$1
 build=$(cd "$2" && pwd)
-dir=$(mktemp -d)
-trap 'rm -rf "$dir"' EXIT
-fail() { echo "$*" >&2; exit 1; }
 
 warnings=$(groff -ww -man -z "$src/doc/varnok.1" 2>&1)
 [ -z "$warnings" ] || fail "manual page: $warnings"
 
 root=$dir/root
 mkdir -p "$root/opt/bin" && echo keep >"$root/opt/bin/other-tool"
-make -s -C "$src" install NOBUILD=1 BUILD="$build" DESTDIR="$root" PREFIX=/opt >"$dir/log" 2>&1 ||
-    { cat "$dir/log" >&2; fail "make install failed"; }
+# A failing make shows its output (as the console).
+make -s -C "$src" install NOBUILD=1 BUILD="$build" DESTDIR="$root" PREFIX=/opt >"$dir/console" 2>&1
 {
     echo ./opt/bin/other-tool
     echo ./opt/bin/varnok
@@ -29,8 +27,7 @@ cmp "$src/demo/VARNOK.TXT" "$root/opt/share/varnok/VARNOK.TXT" || fail "guide di
 [ -x "$root/opt/bin/varnok" ] && "$root/opt/bin/varnok" --version | grep -qx 'Version 10(116)' ||
     fail "installed program does not run"
 
-make -s -C "$src" uninstall BUILD="$build" DESTDIR="$root" PREFIX=/opt >"$dir/log" 2>&1 ||
-    { cat "$dir/log" >&2; fail "make uninstall failed"; }
+make -s -C "$src" uninstall BUILD="$build" DESTDIR="$root" PREFIX=/opt >"$dir/console" 2>&1
 (cd "$root" && find . | sort) >"$dir/left"
 printf '%s\n' . ./opt ./opt/bin ./opt/bin/other-tool ./opt/share ./opt/share/man \
     ./opt/share/man/man1 >"$dir/expected"

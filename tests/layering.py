@@ -1,12 +1,7 @@
 #!/usr/bin/env python3
-"""Checks the program's include graph against src/layers.txt.
-
-Every `#include "X/..."` in src/<layer>/ must name the layer itself or one
-listed on its line; each listed layer must stand higher up the file (so the
-graph has no cycles) and must really be used; and a unit test under
-tests/unit/<layer>/ may include only what its layer links.
-Usage: layering.py SRC_DIR
-"""
+"""Usage: layering.py SRC_DIR. Checks the include graph against src/layers.txt: every `#include "X/..."`
+in src/<layer>/ names the layer or one on its line, which stands higher up (no cycles) and is used;
+a unit test under tests/unit/<layer>/ includes only what its layer links."""
 import pathlib
 import re
 import sys

@@ -51,18 +51,12 @@ TEST_F(ChargesTest, TowDividesTheHeightProductAloneAndFillsTheTowPlane) {
     towplane *tug = fc_tug("PAWNEE", true);
     fly(pilot_, "DISCUS", 0, 20, 30)->towplane = tug;
     fly(pilot_, "DISCUS", 0, 3, 30); // 5000 * 3 / 10 = 1500, not 5000 * (3 / 10)
-    charges *ch = bill();
-    EXPECT_EQ(ch->tow, 2000 + 1150);
-    EXPECT_EQ(ch->tow_count, 2);
-    EXPECT_EQ(ch->tow_height, 23);
-    EXPECT_EQ(ch->flight_min, 60);
-    EXPECT_EQ(ch->rental_count, 0); // no price for DISCUS: a private glider
-    EXPECT_EQ(tug->charges, 2000);
-    EXPECT_EQ(tug->numberTows, 1);
-    EXPECT_EQ(tug->towheight, 20);
-    charges *total = fc_charge("DISCUS", true);
-    EXPECT_EQ(total->tow, 3150);
-    EXPECT_EQ(total->tow_height, 23);
+    charges *ch = bill(), *total = fc_charge("DISCUS", true);
+    // No price for DISCUS: a private glider, no rental.
+    EXPECT_EQ((std::vector<int>{ch->tow, ch->tow_count, ch->tow_height, ch->flight_min,
+                                ch->rental_count, tug->charges, tug->numberTows, tug->towheight,
+                                total->tow, total->tow_height}),
+              (std::vector<int>{2000 + 1150, 2, 23, 60, 0, 2000, 1, 20, 3150, 23}));
 }
 
 TEST_F(ChargesTest, ATowWithoutAPricePerThousandFeetIsReported) {
@@ -82,21 +76,13 @@ TEST_F(ChargesTest, RopeBreakAndPatternTowCountWithoutCharging) {
     fly(pilot_, "ASK21", 3, 2, 5);
     fly(pilot_, "KA6", 4, 8, 10);
     charges *ch = bill();
-    EXPECT_EQ(ch->rope_break_charge, 500);
-    EXPECT_EQ(ch->rope_break_count, 1);
-    EXPECT_EQ(ch->pattern_tow_charge, 1500);
-    EXPECT_EQ(ch->salestax, 50);
-    EXPECT_EQ(ch->tow, 0);
-    EXPECT_EQ(ch->tow_count, 2);
-    EXPECT_EQ(ch->tow_height, 10);
-    EXPECT_EQ(ch->inst_count, 2);
-    EXPECT_EQ(ch->inst_min, 15);
-    EXPECT_EQ(ch->instruction, 0);
-    EXPECT_EQ(ch->rental, 0);
-    EXPECT_EQ(ch->rental_count, 1); // only the club glider
-    EXPECT_EQ(ch->rental_min, 5);
-    EXPECT_EQ(ch->flight_min, 0);
-    EXPECT_EQ(newCharges(ch), 500 + 1500 + 50);
+    // Rentals count only the club glider.
+    EXPECT_EQ(
+        (std::vector<int>{ch->rope_break_charge, ch->rope_break_count, ch->pattern_tow_charge,
+                          ch->salestax, ch->tow, ch->tow_count, ch->tow_height, ch->inst_count,
+                          ch->inst_min, ch->instruction, ch->rental, ch->rental_count,
+                          ch->rental_min, ch->flight_min, newCharges(ch)}),
+        (std::vector<int>{500, 1, 1500, 50, 0, 2, 10, 2, 15, 0, 0, 1, 5, 0, 500 + 1500 + 50}));
 }
 
 TEST_F(ChargesTest, MiscBreakdownDescendsAndZeroAmountsCountNowhere) {
@@ -109,13 +95,11 @@ TEST_F(ChargesTest, MiscBreakdownDescendsAndZeroAmountsCountNowhere) {
     charges *ch = bill();
     EXPECT_EQ(names(ch->misc_breakdown),
               (std::vector<std::string>{"TIEDOWN=2000/1", "REFUND=-999/1", "DUES=9000/2"}));
-    EXPECT_EQ(ch->misc_charge, 11000);
-    EXPECT_EQ(ch->misc_charge_count, 3);
-    EXPECT_EQ(ch->misc_credit, -999);
-    EXPECT_EQ(ch->misc_credit_count, 1);
-    EXPECT_EQ(ch->salestax, 100 - 49); // a taxable credit lowers the tax
-    EXPECT_EQ(newCharges(ch), 11000 + 51);
-    EXPECT_EQ(getNewCharges(pilot_), 11051 - 999);
+    // A taxable credit lowers the tax.
+    EXPECT_EQ((std::vector<int>{ch->misc_charge, ch->misc_charge_count, ch->misc_credit,
+                                ch->misc_credit_count, ch->salestax, newCharges(ch),
+                                getNewCharges(pilot_)}),
+              (std::vector<int>{11000, 3, -999, 1, 100 - 49, 11000 + 51, 11051 - 999}));
 }
 
 TEST_F(ChargesTest, TotalsKeepTheirOrdersWhenMerged) {
@@ -146,21 +130,19 @@ TEST_F(ChargesTest, FinanceChargeOnlyOnUnpaidOldBalance) {
     price("FINANCE-THRESHOLD", 10000); // $10.00
     price("FINANCE-CHARGE", 15);       // 1.5 %
     price("MIN-FINANCE-CHARGE", 1000); // $1.00
-    struct {
-        int32_t balance, credit, expected;
-    } cases[] = {
+    const int32_t cases[][3] = {
         {5000, 0, 100},       // 75 cents raised to the minimum
         {20000, 0, 300},      // above the minimum
         {999, 0, 0},          // below the threshold
         {20000, -15000, 100}, // a credit counts as paid
     };
-    for (const auto &c : cases) {
-        pilot_->balance = c.balance;
+    for (auto [balance, credit, expected] : cases) {
+        pilot_->balance = balance;
         free_customer_misc(pilot_);
-        if (c.credit != 0)
-            misc_item(pilot_, "CREDIT", c.credit, false);
-        price("FINANCE-THRESHOLD", c.balance == 5000 ? 1000 : 10000);
-        EXPECT_EQ(bill(true)->financeCharges, c.expected) << c.balance;
+        if (credit != 0)
+            misc_item(pilot_, "CREDIT", credit, false);
+        price("FINANCE-THRESHOLD", balance == 5000 ? 1000 : 10000);
+        EXPECT_EQ(bill(true)->financeCharges, expected) << balance;
     }
     // A fee of 0 is not raised to the minimum.
     price("FINANCE-CHARGE", 0);

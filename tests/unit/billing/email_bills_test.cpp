@@ -37,8 +37,9 @@ class EmailBillRun : public DbTest {
     }
 
     // The run's console, with its `step`-th file step failing (0: none);
-    // `delivered` gets the relay's new messages.
+    // `delivered` gets the relay's new messages (only those).
     std::string bill_run(std::vector<std::string> &delivered, long step = 0) {
+        delivered.clear();
         fresh_start();
         feed_input("\n\n\n\n");
         std::string out = output_of([step] {
@@ -98,14 +99,12 @@ TEST_F(EmailBillRun, AnUnwritableCaptureNeverMailsTheWrongStatementOrLosesOne) {
     const long steps = steps_;
     for (long step = 1; step <= steps; step++) {
         SCOPED_TRACE(step);
-        delivered.clear();
         out = bill_run(delivered, step);
         check(out, delivered);
     }
     EXPECT_GT(steps, 20);
     std::filesystem::remove("VNKEMAIL.TMP");
     std::filesystem::create_directory("VNKEMAIL.TMP");
-    delivered.clear();
     out = bill_run(delivered);
     EXPECT_TRUE(delivered.empty());
     check(out, delivered);

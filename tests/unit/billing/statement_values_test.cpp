@@ -118,12 +118,11 @@ TEST_F(StatementValuesTest, StatementOrderSummaryAndFinance) {
     add_payment(pay, p);
     EXPECT_EQ(bill(p, true), "Rental:5000 #0 fuel2999 #1 misc500 #2 misc-999 #3 #4 paid5000 "
                              "finance14001/210");
+    // Tax: 500 cents taxed 1, the 999 credit's -0.999 rounds to 0. Last, the aircraft's total.
     const charges *ch = p->charges;
-    EXPECT_EQ(ch->prev_balance, 20000);
-    EXPECT_EQ(ch->financeCharges, 210);
-    EXPECT_EQ(ch->salestax, 1 + 0); // 500 cents taxed 1, the 999 credit's -0.999 rounds to 0
-    EXPECT_EQ(newCharges(ch), 5000 + 2999 + 500 + 210 + 1);
-    EXPECT_EQ(fc_charge("ASK21", true)->rental, 5000); // the aircraft's period total
+    EXPECT_EQ((std::vector<int32_t>{ch->prev_balance, ch->financeCharges, ch->salestax,
+                                    newCharges(ch), fc_charge("ASK21", true)->rental}),
+              (std::vector<int32_t>{20000, 210, 1 + 0, 5000 + 2999 + 500 + 210 + 1, 5000}));
     EXPECT_EQ(bill(p, false).find("finance"), std::string::npos);
 }
 

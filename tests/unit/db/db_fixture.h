@@ -15,8 +15,7 @@ class DbTest : public TempDirTest {
   protected:
     void SetUp() override {
         TempDirTest::SetUp();
-        db_reset();
-        db_init();
+        fresh_start();
     }
 
     void TearDown() override {

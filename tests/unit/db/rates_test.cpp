@@ -1,4 +1,5 @@
 #include <string>
+#include <tuple>
 
 #include "db_fixture.h"
 
@@ -11,15 +12,13 @@ TEST_F(RatesTest, LookupFallsBackToDefaultOnly) {
     set_price(fc_item("ASK21"), "JUNIOR", 3000, 0);
     set_price(fc_item("DISCUS"), "JUNIOR", 3100, 0);
     fc_item("EMPTY");
-    const struct {
-        const char *item, *category;
-        int32_t rate;
-    } cases[] = {{"ASK21", "JUNIOR", 3000},  {"ASK21", "SENIOR", 5000}, {"ASK21", nullptr, 5000},
-                 {"DISCUS", "JUNIOR", 3100}, {"DISCUS", "SENIOR", 0},   {"DISCUS", nullptr, 0},
-                 {"EMPTY", "JUNIOR", 0}};
+    const std::tuple<const char *, const char *, int32_t> cases[] = {
+        {"ASK21", "JUNIOR", 3000},  {"ASK21", "SENIOR", 5000}, {"ASK21", nullptr, 5000},
+        {"DISCUS", "JUNIOR", 3100}, {"DISCUS", "SENIOR", 0},   {"DISCUS", nullptr, 0},
+        {"EMPTY", "JUNIOR", 0}};
     start_capture();
-    for (const auto &c : cases)
-        EXPECT_EQ(lookup_rate(c.item, c.category, true), c.rate) << c.item;
+    for (auto [item, category, rate] : cases)
+        EXPECT_EQ(lookup_rate(item, category, true), rate) << item;
     EXPECT_EQ(end_capture(), "");
 
     start_capture();
@@ -46,11 +45,11 @@ TEST_F(RatesTest, GasPriceAddsHalfACentAndTruncates) {
     set_price(fc_item("GAS80"), "DEFAULT", 2000, 0);
     set_price(fc_item("JETA"), "DEFAULT", 3333, 0);
     start_capture();
-    EXPECT_EQ(gas_price("100", 123, c), 3075);
-    EXPECT_EQ(gas_price("100", -123, c), -3074);
-    EXPECT_EQ(gas_price("80", 15, c), 300);
-    EXPECT_EQ(gas_price("JETA", 7, c), 233); // 233.31
-    EXPECT_EQ(gas_price("JETA", 8, c), 267); // 266.64
+    // JETA: 233.31 and 266.64.
+    EXPECT_EQ((std::vector<int32_t>{gas_price("100", 123, c), gas_price("100", -123, c),
+                                    gas_price("80", 15, c), gas_price("JETA", 7, c),
+                                    gas_price("JETA", 8, c)}),
+              (std::vector<int32_t>{3075, -3074, 300, 233, 267}));
     EXPECT_EQ(end_capture(), "");
 
     // A grade priced under its own name wins over the GAS item.
@@ -66,11 +65,7 @@ TEST_F(RatesTest, CalcPriceMinimumExtraRoundingAndWrap) {
     set_price(fc_item("MINIMUM-TIME"), "DEFAULT", 30, 0);
     set_price(fc_item("GROUND-TIME"), "DEFAULT", 10, 0);
     set_price(fc_item("CREDIT"), "DEFAULT", -1500, 0);
-    const struct {
-        int32_t quantity;
-        const char *item, *minimum, *extra;
-        int32_t cents;
-    } cases[] = {
+    const std::tuple<int32_t, const char *, const char *, const char *, int32_t> cases[] = {
         {20, "ASK21", "MINIMUM-TIME", "GROUND-TIME", 10}, // raised to 30, plus 10
         {50, "ASK21", "MINIMUM-TIME", "", 13},
         {18, "ASK21", "", "", 5},
@@ -81,9 +76,9 @@ TEST_F(RatesTest, CalcPriceMinimumExtraRoundingAndWrap) {
         {2000000, "ASK21", "", "", 70503}, // 2500 x 2,000,000 wraps to 705032704
     };
     start_capture();
-    for (const auto &k : cases)
-        EXPECT_EQ(calc_price(k.quantity, "DEFAULT", k.item, k.minimum, k.extra), k.cents)
-            << k.quantity << " " << k.item;
+    for (auto [quantity, item, minimum, extra, cents] : cases)
+        EXPECT_EQ(calc_price(quantity, "DEFAULT", item, minimum, extra), cents)
+            << quantity << " " << item;
     EXPECT_EQ(end_capture(), "");
 
     start_capture();
@@ -96,16 +91,12 @@ TEST_F(RatesTest, CalcPriceMinimumExtraRoundingAndWrap) {
 // Sums past either end of the 32-bit range wrap around, without the
 // undefined overflow the sanitizer build would stop on.
 TEST_F(RatesTest, SumsWrapAtThe32BitLimits) {
-    EXPECT_EQ(add32(INT32_MAX, 1), INT32_MIN);
-    EXPECT_EQ(add32(2000000000, 2000000000), -294967296);
-    EXPECT_EQ(add32(INT32_MIN, -1), INT32_MAX);
-    EXPECT_EQ(sub32(INT32_MIN, 1), INT32_MAX);
-    EXPECT_EQ(sub32(-2000000000, 2000000000), 294967296);
-    EXPECT_EQ(add32(-5, 3), -2);
-    int32_t total = 0;
-    for (int i = 0; i < 3; i++)
-        total = add32(total, 1500000000);
-    EXPECT_EQ(total, static_cast<int32_t>(4500000000LL - 4294967296LL));
+    EXPECT_EQ((std::vector<int32_t>{add32(INT32_MAX, 1), add32(2000000000, 2000000000),
+                                    add32(INT32_MIN, -1), sub32(INT32_MIN, 1),
+                                    sub32(-2000000000, 2000000000), add32(-5, 3),
+                                    add32(add32(1500000000, 1500000000), 1500000000)}),
+              (std::vector<int32_t>{INT32_MIN, -294967296, INT32_MAX, INT32_MAX, 294967296, -2,
+                                    static_cast<int32_t>(4500000000LL - 4294967296LL)}));
 }
 
 // A cost takes its sign from the whole part; digits past the third decimal are dropped. Written

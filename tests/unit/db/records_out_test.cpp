@@ -73,8 +73,8 @@ TEST_F(RecordsOutTest, HistoryLinesAreTheTabbedForm) {
     EXPECT_EQ(gas_file, history_heading(HistoryHeading::MISC_SHEET) + tabbed(&m, o_misc_struct) +
                             (history_heading(HistoryHeading::FUEL_SHEET) + 11) +
                             tabbed(&g, o_gas_struct));
-    EXPECT_NE(gas_file.find("\t#77\tY\t-250\t\n"), std::string::npos);
-    EXPECT_NE(gas_file.find("\t-3075\t\t-0.5\tN123"), std::string::npos);
+    EXPECT_TRUE(has(gas_file, "\t#77\tY\t-250\t\n") && has(gas_file, "\t-3075\t\t-0.5\tN123"))
+        << gas_file;
     EXPECT_EQ(written(HistoryKind::PAYMENTS),
               std::string(history_heading(HistoryHeading::PAYMENTS)) +
                   "6-7-2005\t-2500\t0\tSMITH,JOHN\tdues\n");

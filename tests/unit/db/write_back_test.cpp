@@ -69,8 +69,8 @@ TEST_F(WriteBackTest, FullDiskSaveKeepsOldMasterFilesAndFlags) {
     auto after = club_files();
     EXPECT_EQ(after["VNKABBRV.DAT"], "$VERSION 1\n!\tOLD ENTRY\nAL\tLEE AL\nJD\tDOE \n");
     EXPECT_EQ(after["VNKBAL.DAT"], "$VERSION 1\nCASH\t\t500\nLEE\tAL\t300\n");
-    EXPECT_TRUE(has(after["VNKCUST.DAT"], "moved to Ohio"));
-    EXPECT_TRUE(has(after["VNKPRICE.DAT"], "\tDEFAULT\t12.500\n"));
+    EXPECT_TRUE(has(after["VNKCUST.DAT"], "moved to Ohio") &&
+                has(after["VNKPRICE.DAT"], "\tDEFAULT\t12.500\n"));
     EXPECT_EQ(after.size(), before.size());
 }
 

@@ -16,10 +16,8 @@ class FlightIndexTest : public DbTest {
 };
 
 TEST_F(FlightIndexTest, FindsTheFirstFlightOfTheSameCustomerDateAndNumber) {
-    customer *ann = fc_cust("SMITH", "ANN", true);
-    customer *bob = fc_cust("SMITH", "BOB", true);
-    const date_t day = 1118102400; // 7 June 2005
-    const date_t next_day = day + 86400;
+    customer *ann = fc_cust("SMITH", "ANN", true), *bob = fc_cust("SMITH", "BOB", true);
+    const date_t day = 1118102400, next_day = day + 86400; // 7 and 8 June 2005
     // A day 2^32 seconds later shares the low 32 bits; it is another key.
     const date_t far_day = day + (date_t{1} << 32);
     stored(ann, day, 3, "OTHER-NUMBER");

@@ -15,10 +15,6 @@ class LineLimitTest : public DbTest {
         write_two_member_masters("");
         write_file("VNKPRICE.DAT", "$VERSION 2\n$TUG\tPAWNEE\n");
     }
-    void TearDown() override {
-        entry_reset();
-        DbTest::TearDown();
-    }
 };
 
 TEST_F(LineLimitTest, AnswersShareTheRoomInTheOrderAsked) {

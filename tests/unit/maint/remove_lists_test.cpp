@@ -53,10 +53,8 @@ TEST_F(RemoveListsTest, CustomersGoFromHeadMiddleAndTailAndTheListStaysUsable) {
         EXPECT_EQ(db.cust_changed, 1);
     }
     EXPECT_EQ(customers(), Names{"BAKER,B"});
-    EXPECT_EQ(db.cust_list.size(), 1u);
-    EXPECT_EQ(db.cust_exact.size(), 1u);
-    EXPECT_EQ(fc_cust("DUNN", "D", false), nullptr);
-    EXPECT_EQ(lookup_account("COOK", false), nullptr);
+    EXPECT_EQ(std::pair(db.cust_list.size(), db.cust_exact.size()), std::pair(1ul, 1ul));
+    EXPECT_TRUE(fc_cust("DUNN", "D", false) == nullptr && lookup_account("COOK", false) == nullptr);
 
     // New customers land in order, after the tail as well as at the head.
     fc_cust("EVANS", "E", true);
@@ -73,8 +71,7 @@ TEST_F(RemoveListsTest, AbbreviationsAndPricesGoWithTheirIndexEntriesAndFastKeys
     run(rmv_abbrev, "XY\nAB\n");
     run(rmv_abbrev, "EF\n");
     EXPECT_EQ(abbreviations(), Names{"CD"});
-    EXPECT_EQ(db.abbrevs.size(), 1u);
-    EXPECT_EQ(lookup_account("AB", true), nullptr);
+    EXPECT_TRUE(db.abbrevs.size() == 1 && lookup_account("AB", true) == nullptr);
     fc_abbrev("ZZ", "DUNN", "D", true);
     fc_abbrev("AA", "ADAMS", "A", true);
     EXPECT_EQ(abbreviations(), (Names{"AA", "CD", "ZZ"}));
@@ -89,10 +86,8 @@ TEST_F(RemoveListsTest, AbbreviationsAndPricesGoWithTheirIndexEntriesAndFastKeys
     db.bills_computed = 1;
     run(rmv_prices, "DISC\nASK21\n");
     EXPECT_EQ(fast_key(1), "<none>");
-    EXPECT_TRUE(db.price_list.empty());
-    EXPECT_EQ(db.price_list.size(), 0u);
-    EXPECT_EQ(db.price_changed, 1);
-    EXPECT_EQ(db.bills_computed, 0);
+    EXPECT_TRUE(db.price_list.empty() && db.price_list.size() == 0 && db.price_changed == 1 &&
+                db.bills_computed == 0);
     fc_item("HOOKUP");
     ASSERT_FALSE(db.price_list.empty());
     EXPECT_STREQ(db.price_list.head()->name, "HOOKUP");

@@ -134,8 +134,8 @@ TEST_F(RemoveRewriteTest, RefusesToRemoveWhenAFileCouldNotBeRead) {
         std::string refusal =
             std::string("? \"") + broken + "\" could not be read; nothing was removed.\n";
         ASSERT_NE(out.find(refusal, out.find(refusal) + 1), std::string::npos) << out;
-        EXPECT_FALSE(has(out, "Remove flight from customer")) << out;
-        EXPECT_FALSE(has(out, "Customer to remove")) << out;
+        EXPECT_FALSE(has(out, "Remove flight from customer") || has(out, "Customer to remove"))
+            << out;
         EXPECT_EQ(histories(), before) << broken;
     }
 

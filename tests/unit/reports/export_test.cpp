@@ -3,15 +3,10 @@
 
 namespace {
 
-class ExportTest : public ReportsTest {
-  protected:
-    void SetUp() override {
-        ReportsTest::SetUp();
-        db.curDate = i_convertDateToTime("6-7-2005");
-    }
-};
+using ExportTest = ReportsTest;
 
 TEST_F(ExportTest, OneInvoiceInSplitOrderWithCreditsNegated) {
+    db.curDate = i_convertDateToTime("6-7-2005");
     customer *c = add("ADAMS", "AL", "FULL");
     charges *ch = c->charges = zeroed<charges>();
     EXPECT_EQ(written("", [&] { w_quickbooksEntry(c, 0); }), "");

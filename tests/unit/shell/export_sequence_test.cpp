@@ -36,9 +36,8 @@ class ExportSequenceTest : public DbTest {
 
 TEST_F(ExportSequenceTest, EveryChargeOfThePeriodIsInvoicedOnce) {
     lay_out_two_member_period("LEE,AL\tN9\tAL");
-    std::filesystem::remove("VNKFLGQU.HIS");
-    std::filesystem::remove("VNKGASQU.HIS");
-    std::filesystem::remove("VNKPMNTQ.HIS");
+    for (const char *companion : {"VNKFLGQU.HIS", "VNKGASQU.HIS", "VNKPMNTQ.HIS"})
+        std::filesystem::remove(companion);
     write_file("VNKBAL.DAT", "$VERSION 1\nLEE\tAL\t20000\n");
     write_file("VNKGAS.HIS", "$VERSION 2\n$MISC\n6-3-2005\t1\t2\tLEE,AL\tN\t700\tDues\n"
                              "$GAS\n6-3-2005\t2\t1\tSMITH,JOHN\t3075\t100\t12.3\tN1\tJ\n");

@@ -19,8 +19,7 @@ TEST_F(NewClubTest, AFailedStepLeavesNoHalfClub) {
     ASSERT_EQ(status, 0);
     EXPECT_TRUE(has(told, "  3. ENTER GLIDER-FLIGHTS"));
     long steps = file_steps_taken();
-    size_t club_files = files_in("whole");
-    ASSERT_EQ(club_files, 12u);
+    ASSERT_EQ(files_in("whole"), 12u);
     EXPECT_EQ(read_file("whole/VNKFLGQU.HIS"), "!Start of billing cycle\n");
 
     for (long n = 1; n <= steps; n++) {
