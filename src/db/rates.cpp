@@ -109,7 +109,8 @@ int32_t lookup_rate(const char *item_name, const char *category_name, bool repor
     for (category *cat = item->cat; cat != nullptr; cat = cat->next) {
         if (cat->name == nullptr)
             continue;
-        if (strcmp(cat->name, wanted) == 0)
+        // Category names are interned, so the same pointer mostly answers.
+        if (cat->name == wanted || strcmp(cat->name, wanted) == 0)
             return cat->cost;
         if (strcmp(cat->name, default_category) == 0)
             fallback = cat->cost;
