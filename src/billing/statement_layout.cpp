@@ -30,20 +30,13 @@ bool is_set(const char *text) {
     return text != nullptr && text[0] != '\0';
 }
 
-int32_t total_tow_height(const customer *c) {
-    int32_t sum = 0;
-    for (const flight *f : c->flights)
-        sum = wrap32(int64_t{sum} + f->towheight);
-    return sum;
-}
-
 void print_flights_header(const customer *c) {
     o_rstring("Date", col::h_date, true);
     o_rstring("Flight#", col::h_flight_no, true);
     o_lstring("Aircraft", col::h_aircraft, true);
     o_rstring("Hours", col::h_hours, true);
     o_lstring("CFI/pass", col::h_cfi, true);
-    if (total_tow_height(c) > 0)
+    if (c->tow_height_sum > 0)
         o_rstring("Tow Height", col::h_tow_height, true);
     o_newline(0);
 }

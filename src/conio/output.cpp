@@ -54,8 +54,9 @@ struct OpenOutput {
 struct OutputState {
     FILE *cur_file = stdout;
     char cur_line[kLineBytes] = "";
-    size_t cur_len = 0; // strlen(cur_line), kept so appending is not a scan
-    int cur_col = 0;    // the column after cur_line, and its last character
+    size_t cur_len = 0;    // strlen(cur_line), kept so appending is not a scan
+    long cur_newlines = 0; // line ends inside cur_line, kept for the same reason
+    int cur_col = 0;       // the column after cur_line, and its last character
     char cur_last = '\n';
     long cur_lcount = 1;
     char tabs_allowed = 0;
@@ -99,6 +100,7 @@ long count_newlines(const char *text, size_t length) {
 void clear_line() {
     out.cur_line[0] = '\0';
     out.cur_len = 0;
+    out.cur_newlines = 0;
     out.cur_col = 0;
     out.cur_last = '\n';
 }
@@ -107,7 +109,11 @@ void advance_column(const char *text, size_t length) {
     if (length == 0)
         return;
     // Most text holds neither a tab nor a line end: the column just moves on.
-    if (strcspn(text, "\t\n") == length) {
+    // The fields are short, so a plain loop beats the library's set scan.
+    size_t plain = 0;
+    while (plain < length && text[plain] != '\t' && text[plain] != '\n')
+        ++plain;
+    if (plain == length) {
         out.cur_col += static_cast<int>(length);
         out.cur_last = text[length - 1];
         return;
@@ -115,9 +121,10 @@ void advance_column(const char *text, size_t length) {
     for (const char *s = text; *s != '\0'; ++s) {
         if (*s == '\t')
             out.cur_col = (out.cur_col / kTabWidth + 1) * kTabWidth;
-        else if (*s == '\n')
+        else if (*s == '\n') {
             out.cur_col = 0;
-        else
+            ++out.cur_newlines;
+        } else
             ++out.cur_col;
         out.cur_last = *s;
     }
@@ -128,7 +135,7 @@ void write_string(const char *text, size_t add) {
     size_t have = out.cur_len;
     if (have + add >= kLineLimit) {
         emit(out.cur_line, have);
-        out.cur_lcount += count_newlines(out.cur_line, have);
+        out.cur_lcount += out.cur_newlines;
         clear_line();
         emit(text, add);
         out.cur_lcount += count_newlines(text, add);
@@ -137,6 +144,23 @@ void write_string(const char *text, size_t add) {
         out.cur_len = have + add;
         advance_column(text, add);
     }
+}
+
+// Blanks up to a column (fewer than kLineBytes): nothing in them to scan for.
+void write_blanks(size_t count) {
+    size_t have = out.cur_len;
+    if (have + count >= kLineLimit) {
+        char fill[kLineBytes + 1];
+        memset(fill, ' ', count);
+        fill[count] = '\0';
+        write_string(fill, count);
+        return;
+    }
+    memset(out.cur_line + have, ' ', count);
+    out.cur_line[have + count] = '\0';
+    out.cur_len = have + count;
+    out.cur_col += static_cast<int>(count);
+    out.cur_last = ' ';
 }
 
 void write_char(char c) {
@@ -159,16 +183,14 @@ char move_to_column(long col) {
     long target = col - 1;
     long column = p.column;
     char last = p.last;
+    if (!out.tabs_allowed && column < target && target - column < static_cast<long>(kLineBytes)) {
+        write_blanks(static_cast<size_t>(target - column));
+        return ' ';
+    }
     // The filling goes in as one piece: a character at a time would rescan
     // the line for every blank of a wide report.
     char fill[kLineBytes + 1];
     size_t length = 0;
-    if (!out.tabs_allowed && column < target && target - column < static_cast<long>(kLineBytes)) {
-        length = static_cast<size_t>(target - column);
-        memset(fill, ' ', length);
-        column = target;
-        last = ' ';
-    }
     while (column < target) {
         long stop = (column / kTabWidth + 1) * kTabWidth;
         if (out.tabs_allowed && stop <= target) {
@@ -206,9 +228,12 @@ void place_left(const char *text, long col, bool force) {
     place_left(text, strlen(text), col, force);
 }
 
-void place_right(const char *text, long col, bool force) {
-    size_t length = strlen(text);
+void place_right(const char *text, size_t length, long col, bool force) {
     place_left(text, length, col - static_cast<long>(length) + 1, force);
+}
+
+void place_right(const char *text, long col, bool force) {
+    place_right(text, strlen(text), col, force);
 }
 
 int checked_radix(int radix) {
@@ -654,7 +679,7 @@ void o_rmoney(long cents, int col, bool force) {
     // The ")" hangs one column out so credits and debits line up.
     if (credit && col != 0)
         ++edge;
-    place_right(p, edge, force);
+    place_right(p, static_cast<size_t>(text + sizeof text - 1 - p), edge, force);
 }
 
 void o_time_of_day(long minutes, int col, bool force) {
@@ -701,7 +726,7 @@ void o_newline(int line) {
         emit("\n");
     }
     ++out.cur_lcount;
-    out.cur_lcount += count_newlines(out.cur_line, out.cur_len);
+    out.cur_lcount += out.cur_newlines;
     // The line and its end in one write; the buffer has room past the limit.
     out.cur_line[out.cur_len] = '\n';
     emit(out.cur_line, out.cur_len + 1);

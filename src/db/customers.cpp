@@ -8,6 +8,7 @@
 #include <cstring>
 #include <iterator>
 #include <string>
+#include <string_view>
 
 #include "db/completion.h"
 #include "db/db.h"
@@ -25,6 +26,7 @@ customer *new_customer(const char *lastname, const char *firstname) {
     c->gas = {};
     c->misc = {};
     c->payments = {};
+    c->tow_height_sum = 0;
     c->charges = nullptr;
     c->balance = 0;
     c->lastname = alloc_str(lastname);
@@ -50,6 +52,32 @@ customer *new_customer(const char *lastname, const char *firstname) {
 
 bool is_white(char ch) {
     return isspace(static_cast<unsigned char>(ch)) != 0;
+}
+
+// "LAST, FIRST" or "FIRST LAST", as parse_name reads it, as views into text.
+void split_name(const char *text, std::string_view &lastname, std::string_view &firstname) {
+    lastname = firstname = std::string_view();
+    if (!text)
+        return;
+    if (const char *comma = strchr(text, ',')) {
+        lastname = std::string_view(text, comma - text);
+        const char *p = comma + 1;
+        while (*p && is_white(*p))
+            p++;
+        firstname = p;
+        return;
+    }
+    const char *p = text;
+    while (*p && !is_white(*p))
+        p++;
+    if (*p) {
+        firstname = std::string_view(text, p - text);
+        while (*p && is_white(*p))
+            p++;
+        lastname = p;
+        return;
+    }
+    lastname = text;
 }
 
 } // namespace
@@ -119,35 +147,20 @@ customer *lookup_account(const char *text, bool use_abbrevs) {
         if (a)
             return find_cust(a->lastname, a->firstname);
     }
-    std::string lastname, firstname;
-    parse_name(text, lastname, firstname);
-    return find_cust(lastname.c_str(), firstname.c_str());
+    std::string_view lastname, firstname;
+    split_name(text, lastname, firstname);
+    // Nearly every account read from a history file is a name in full: the
+    // index answers it without copying the two names out.
+    if (customer *exact = db.cust_exact.find(lastname, firstname))
+        return exact;
+    return find_cust(std::string(lastname).c_str(), std::string(firstname).c_str());
 }
 
 void parse_name(const char *text, std::string &lastname, std::string &firstname) {
-    lastname.clear();
-    firstname.clear();
-    if (!text)
-        return;
-    if (const char *comma = strchr(text, ',')) {
-        lastname.assign(text, comma);
-        const char *p = comma + 1;
-        while (*p && is_white(*p))
-            p++;
-        firstname = p;
-        return;
-    }
-    const char *p = text;
-    while (*p && !is_white(*p))
-        p++;
-    if (*p) {
-        firstname.assign(text, p);
-        while (*p && is_white(*p))
-            p++;
-        lastname = p;
-        return;
-    }
-    lastname = text;
+    std::string_view last, first;
+    split_name(text, last, first);
+    lastname.assign(last);
+    firstname.assign(first);
 }
 
 void normalize_name(char *text) {

@@ -168,10 +168,13 @@ towplane *fc_tug(const char *name, bool create) {
     const char *given = name ? name : "";
     if (is_blank(given))
         return nullptr;
+    // Cut to the row's size as the row will hold it; this runs per flight
+    // read, so no formatted print.
     char wanted[sizeof(towplane::tugname)];
-    snprintf(wanted, sizeof wanted, "%s", given);
-    for (char *p = wanted; *p != '\0'; ++p)
-        *p = static_cast<char>(toupper(static_cast<unsigned char>(*p)));
+    size_t length = strnlen(given, sizeof wanted - 1);
+    memcpy(wanted, given, length);
+    wanted[length] = '\0';
+    uc_string(wanted);
 
     for (towplane &row : db.tugList) {
         if (row.tugname[0] == '\0') {
@@ -207,8 +210,10 @@ int translate_flight_type(const char *text) {
 // ---- Appending transactions ---------------------------------------------------------
 
 void add_flight(flight *f, customer *c) {
-    if (f != nullptr && c != nullptr)
+    if (f != nullptr && c != nullptr) {
         c->flights.append(f);
+        c->tow_height_sum = wrap32(int64_t{c->tow_height_sum} + f->towheight);
+    }
 }
 
 void add_gas(gas *g, customer *c) {
@@ -227,6 +232,10 @@ void add_payment(payment *p, customer *c) {
 }
 
 void add_flights(std::vector<flight *> &batch) {
+    for (const flight *f : batch)
+        if (f->customer != nullptr)
+            f->customer->tow_height_sum =
+                wrap32(int64_t{f->customer->tow_height_sum} + f->towheight);
     append_batch(batch, &customer::flights);
 }
 
@@ -266,6 +275,7 @@ void free_flight(flight *f) {
         printf("?BUG, flight not found in list\n");
         return;
     }
+    c->tow_height_sum = wrap32(int64_t{c->tow_height_sum} - f->towheight);
     free_flight_contents(f);
     errfree(f);
 }
@@ -274,6 +284,7 @@ void free_customer_flights(customer *c) {
     if (c == nullptr)
         return;
     flight *f = c->flights.release();
+    c->tow_height_sum = 0;
     while (f != nullptr) {
         flight *next = f->next;
         free_flight_contents(f);
@@ -289,6 +300,8 @@ void free_flights() {
         free_flight_contents(f);
         errfree(f);
     });
+    for (customer *c : db.cust_list)
+        c->tow_height_sum = 0;
     db.flights_read = 0;
 }
 

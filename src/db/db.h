@@ -37,6 +37,10 @@ struct customer {
     RecordList<struct gas> gas;
     RecordList<struct misc> misc;
     RecordList<payment> payments;
+    // The wrapping sum of the flights' tow heights, kept by the add and free
+    // family: a statement's heading needs it before the flights are walked,
+    // and a walk of its own would be the first, uncached touch of each one.
+    int32_t tow_height_sum;
     struct charges *charges;
     int32_t balance; // cents
     char *lastname;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <map>
 #include <vector>
@@ -90,6 +91,10 @@ template <class T, class Key, class Compare = std::less<>> class SortedList {
     iterator begin() const { return iterator(head_); }
     iterator end() const { return iterator(); }
 
+    // New whenever the list changes, and never shared by two lists made
+    // apart: a cache kept beside the list tells by it that it is stale.
+    std::uint64_t version() const { return version_; }
+
     template <class K> T *find(const K &key) const {
         auto at = index_.find(key);
         return at == index_.end() ? nullptr : at->second;
@@ -133,6 +138,7 @@ template <class T, class Key, class Compare = std::less<>> class SortedList {
         rec->next = link;
         link = rec;
         index_.emplace_hint(hint, std::move(key), rec);
+        version_ = next_version();
         return rec;
     }
 
@@ -146,6 +152,7 @@ template <class T, class Key, class Compare = std::less<>> class SortedList {
         link = gone->next;
         gone->next = nullptr;
         index_.erase(at);
+        version_ = next_version();
         return true;
     }
 
@@ -155,11 +162,18 @@ template <class T, class Key, class Compare = std::less<>> class SortedList {
         T *all = head_;
         head_ = nullptr;
         index_.clear();
+        version_ = next_version();
         return all;
     }
 
   private:
+    static std::uint64_t next_version() {
+        static std::uint64_t last = 0;
+        return ++last;
+    }
+
     T *head_ = nullptr;
     Index index_;
+    std::uint64_t version_ = next_version();
     [[no_unique_address]] Compare compare_;
 };

@@ -2,33 +2,45 @@
 
 #include <cstring>
 
-// A key is the last name, a NUL and the first name, stored with a closing
-// NUL. Names never hold a NUL, so two different pairs never share a key.
+namespace {
+
+constexpr size_t kPointer = sizeof(customer *);
+constexpr size_t kKeyText = kPointer + sizeof(uint32_t);
+
+} // namespace
+
+// A key is the last name, a NUL and the first name. Names never hold a NUL,
+// so two different pairs never share a key.
 struct ExactNameIndex::Key {
-    const char *last;
-    size_t last_length;
-    const char *first;
-    size_t first_length;
+    std::string_view last;
+    std::string_view first;
     uint32_t hash;
 
-    Key(const char *lastname, const char *firstname)
-        : last(lastname), last_length(strlen(lastname)), first(firstname),
-          first_length(strlen(firstname)) {
+    Key(std::string_view lastname, std::string_view firstname) : last(lastname), first(firstname) {
         uint32_t h = 2166136261u; // FNV-1a over last, NUL, first
-        for (size_t i = 0; i < last_length; i++)
-            h = (h ^ static_cast<unsigned char>(last[i])) * 16777619u;
+        for (char ch : last)
+            h = (h ^ static_cast<unsigned char>(ch)) * 16777619u;
         h *= 16777619u;
-        for (size_t i = 0; i < first_length; i++)
-            h = (h ^ static_cast<unsigned char>(first[i])) * 16777619u;
+        for (char ch : first)
+            h = (h ^ static_cast<unsigned char>(ch)) * 16777619u;
         hash = h;
     }
-    size_t length() const { return last_length + 1 + first_length; }
-    bool matches(const char *text, size_t length_) const {
-        return length_ == length() && memcmp(text, last, last_length) == 0 &&
-               text[last_length] == '\0' &&
-               memcmp(text + last_length + 1, first, first_length) == 0;
+    uint32_t length() const { return static_cast<uint32_t>(last.size() + 1 + first.size()); }
+    bool matches(const char *record) const {
+        uint32_t stored = 0;
+        memcpy(&stored, record + kPointer, sizeof stored);
+        const char *text = record + kKeyText;
+        return stored == length() && memcmp(text, last.data(), last.size()) == 0 &&
+               text[last.size()] == '\0' &&
+               memcmp(text + last.size() + 1, first.data(), first.size()) == 0;
     }
 };
+
+customer *ExactNameIndex::customer_at(uint32_t record) const {
+    customer *c = nullptr;
+    memcpy(&c, &records_[record], kPointer);
+    return c;
+}
 
 // Index of the slot holding the key, or of the empty slot that ends its
 // probe sequence.
@@ -36,37 +48,43 @@ size_t ExactNameIndex::probe(const Key &key) const {
     size_t mask = slots_.size() - 1;
     for (size_t i = key.hash & mask;; i = (i + 1) & mask) {
         const Slot &s = slots_[i];
-        if (s.entry == kEmpty)
+        if (s.record == kEmpty)
             return i;
-        if (s.entry != kErased && s.hash == key.hash) {
-            const Entry &e = entries_[s.entry];
-            if (key.matches(&texts_[e.key_offset], e.key_length))
-                return i;
-        }
+        if (s.record != kErased && s.hash == key.hash && key.matches(&records_[s.record]))
+            return i;
     }
 }
 
-customer *ExactNameIndex::find(const char *lastname, const char *firstname) const {
+customer *ExactNameIndex::find(std::string_view lastname, std::string_view firstname) const {
     if (live_ == 0)
         return nullptr;
     const Slot &s = slots_[probe(Key(lastname, firstname))];
-    return s.entry == kEmpty ? nullptr : entries_[s.entry].c;
+    return s.record == kEmpty ? nullptr : customer_at(s.record);
 }
 
 void ExactNameIndex::insert(const char *lastname, const char *firstname, customer *c) {
     if ((occupied_ + 1) * 2 > slots_.size())
         rebuild(live_ * 4);
-    Key key(lastname, firstname);
+    insert_key(Key(lastname, firstname), c);
+}
+
+void ExactNameIndex::insert_key(const Key &key, customer *c) {
     size_t at = probe(key);
-    if (slots_[at].entry != kEmpty) {
-        entries_[slots_[at].entry].c = c;
+    if (slots_[at].record != kEmpty) {
+        memcpy(&records_[slots_[at].record], &c, kPointer);
         return;
     }
-    entries_.push_back(
-        {static_cast<uint32_t>(texts_.size()), static_cast<uint32_t>(key.length()), c});
-    texts_.insert(texts_.end(), lastname, lastname + key.last_length + 1);
-    texts_.insert(texts_.end(), firstname, firstname + key.first_length + 1);
-    slots_[at] = {key.hash, static_cast<uint32_t>(entries_.size() - 1)};
+    size_t offset = records_.size();
+    uint32_t length = key.length();
+    // Each record starts on a pointer boundary so its head is one load.
+    records_.resize(offset + ((kKeyText + length + kPointer - 1) & ~(kPointer - 1)));
+    char *record = &records_[offset];
+    memcpy(record, &c, kPointer);
+    memcpy(record + kPointer, &length, sizeof length);
+    memcpy(record + kKeyText, key.last.data(), key.last.size());
+    record[kKeyText + key.last.size()] = '\0';
+    memcpy(record + kKeyText + key.last.size() + 1, key.first.data(), key.first.size());
+    slots_[at] = {key.hash, static_cast<uint32_t>(offset)};
     live_++;
     occupied_++;
 }
@@ -75,37 +93,43 @@ void ExactNameIndex::erase(const char *lastname, const char *firstname, const cu
     if (live_ == 0)
         return;
     Slot &s = slots_[probe(Key(lastname, firstname))];
-    if (s.entry == kEmpty || entries_[s.entry].c != c)
+    if (s.record == kEmpty || customer_at(s.record) != c)
         return;
-    entries_[s.entry].c = nullptr;
-    s.entry = kErased;
+    memset(&records_[s.record], 0, kPointer);
+    s.record = kErased;
     live_--;
 }
 
 void ExactNameIndex::clear() {
     slots_.clear();
-    entries_.clear();
-    texts_.clear();
+    records_.clear();
     live_ = 0;
     occupied_ = 0;
 }
 
-// Grows the table, dropping erased slots and the texts of erased entries.
+// Grows the table, dropping erased slots and the records of erased entries.
 void ExactNameIndex::rebuild(size_t slot_count) {
     size_t size = 64;
     while (size < slot_count)
         size *= 2;
-    std::vector<Entry> old_entries;
-    old_entries.swap(entries_);
-    std::vector<char> old_texts;
-    old_texts.swap(texts_);
+    std::vector<char> old;
+    old.swap(records_);
     slots_.assign(size, Slot{0, kEmpty});
     live_ = 0;
     occupied_ = 0;
-    for (const Entry &e : old_entries) {
-        if (e.c == nullptr)
-            continue;
-        const char *last = &old_texts[e.key_offset];
-        insert(last, last + strlen(last) + 1, e.c);
+    for (size_t at = 0; at < old.size();) {
+        customer *c = nullptr;
+        uint32_t length = 0;
+        memcpy(&c, &old[at], kPointer);
+        memcpy(&length, &old[at + kPointer], sizeof length);
+        const char *last = &old[at + kKeyText];
+        // The key's NUL divides it; the first name is the rest of its length.
+        if (c != nullptr) {
+            size_t last_length = strlen(last);
+            insert_key(Key(std::string_view(last, last_length),
+                           std::string_view(last + last_length + 1, length - last_length - 1)),
+                       c);
+        }
+        at += (kKeyText + length + kPointer - 1) & ~(kPointer - 1);
     }
 }

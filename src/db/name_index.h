@@ -3,17 +3,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 struct customer;
 
 // Every account named in a history file is looked up here first. With tens
 // of thousands of customers the lookup's cache misses dominate loading, so
-// the table keeps its slots, its entries and the name texts each in one
-// contiguous block instead of a node and a string per customer.
+// a lookup touches two places only: a slot, and the record it points at,
+// which holds the customer and the name text side by side.
 class ExactNameIndex {
   public:
-    customer *find(const char *lastname, const char *firstname) const;
+    customer *find(std::string_view lastname, std::string_view firstname) const;
     void insert(const char *lastname, const char *firstname, customer *c);
     void erase(const char *lastname, const char *firstname, const customer *c);
     void clear();
@@ -22,23 +23,21 @@ class ExactNameIndex {
   private:
     struct Slot {
         uint32_t hash;
-        uint32_t entry; // kEmpty, kErased, or an index into entries_
-    };
-    struct Entry {
-        uint32_t key_offset;
-        uint32_t key_length;
-        customer *c;
+        uint32_t record; // kEmpty, kErased, or an offset into records_
     };
     static constexpr uint32_t kEmpty = 0xFFFFFFFF;
     static constexpr uint32_t kErased = 0xFFFFFFFE;
 
     struct Key;
     size_t probe(const Key &key) const;
+    void insert_key(const Key &key, customer *c);
+    customer *customer_at(uint32_t record) const;
     void rebuild(size_t slot_count);
 
     std::vector<Slot> slots_;
-    std::vector<Entry> entries_;
-    std::vector<char> texts_;
+    // Records one after another: the customer pointer (null once erased),
+    // the key's length as a uint32_t, then the key's bytes.
+    std::vector<char> records_;
     size_t live_ = 0;
     size_t occupied_ = 0; // live and erased slots
 };

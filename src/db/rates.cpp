@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "db/db.h"
 
@@ -12,8 +13,28 @@ namespace {
 
 const char *const default_category = "DEFAULT";
 
+// A statement prices each flight several times over, so the sorted list's
+// tree walk of string compares is answered instead by one hash probe. The
+// table is remade whenever the price list has changed since.
+struct NameHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view name) const { return std::hash<std::string_view>{}(name); }
+};
+struct ItemsByName {
+    std::unordered_map<std::string_view, price *, NameHash, std::equal_to<>> items;
+    uint64_t version = 0;
+};
+ItemsByName by_name;
+
 price *find_item(const char *name) {
-    return db.price_list.find(std::string_view(name));
+    if (by_name.version != db.price_list.version()) {
+        by_name.items.clear();
+        for (price *p : db.price_list)
+            by_name.items.emplace(p->name, p);
+        by_name.version = db.price_list.version();
+    }
+    auto at = by_name.items.find(std::string_view(name));
+    return at == by_name.items.end() ? nullptr : at->second;
 }
 
 bool is_empty(const char *text) {
@@ -88,7 +109,8 @@ int32_t lookup_rate(const char *item_name, const char *category_name, bool repor
     for (category *cat = item->cat; cat != nullptr; cat = cat->next) {
         if (cat->name == nullptr)
             continue;
-        if (strcmp(cat->name, wanted) == 0)
+        // Category names are interned, so the same pointer mostly answers.
+        if (cat->name == wanted || strcmp(cat->name, wanted) == 0)
             return cat->cost;
         if (strcmp(cat->name, default_category) == 0)
             fallback = cat->cost;
