@@ -5,6 +5,7 @@
 
 #include "billing/billing.h"
 #include "conio/iosubs.h"
+#include "db/record_warmer.h"
 #include "mail/email_capture.h"
 
 void (*account_lists_hook)() = nullptr;
@@ -15,66 +16,6 @@ struct BillCounts {
     int printed = 0;
     int sent = 0;
     int failed = 0;
-};
-
-// A customer's records are chained and lie far apart in memory, so the
-// statement's first walk of each list waited on one cache miss after
-// another. Walking the lists of the next few customers side by side makes
-// their misses overlap; their statements then find the records in cache.
-class RecordWarmer {
-  public:
-    // Called with every customer of the list in turn, before its statement.
-    void reach(const customer *c) {
-        if (c == warmed_to_)
-            warmed_to_ = warm_from(c);
-    }
-
-  private:
-    static constexpr int kWays = 8;
-
-    // The head, and the next line or two where the fields and the texts
-    // read with it lie; returns the record after it.
-    template <class T> static T *touch(T *rec) {
-        __builtin_prefetch(reinterpret_cast<const char *>(rec) + 64);
-        __builtin_prefetch(reinterpret_cast<const char *>(rec) + 128);
-        return rec->next;
-    }
-
-    static const customer *warm_from(const customer *c) {
-        flight *f[kWays];
-        gas *g[kWays];
-        misc *m[kWays];
-        payment *p[kWays];
-        int n = 0;
-        for (; c != nullptr && n < kWays; c = c->next, n++) {
-            f[n] = c->flights.head();
-            g[n] = c->gas.head();
-            m[n] = c->misc.head();
-            p[n] = c->payments.head();
-        }
-        size_t count = 0;
-        for (bool busy = true; busy; count++) {
-            busy = false;
-            for (int i = 0; i < n; i++) {
-                if (f[i] != nullptr)
-                    f[i] = touch(f[i]);
-                if (g[i] != nullptr)
-                    g[i] = touch(g[i]);
-                if (m[i] != nullptr)
-                    m[i] = touch(m[i]);
-                if (p[i] != nullptr)
-                    p[i] = touch(p[i]);
-                busy = busy || f[i] != nullptr || g[i] != nullptr || m[i] != nullptr ||
-                       p[i] != nullptr;
-            }
-        }
-        // A walk whose result goes nowhere may be dropped by the compiler.
-        walked_ = count;
-        return c;
-    }
-
-    static inline volatile size_t walked_ = 0;
-    const customer *warmed_to_ = db.cust_list.head();
 };
 
 // One customer's statement into the current destination. The e-mail

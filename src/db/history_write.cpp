@@ -4,6 +4,7 @@
 // in a buffer without the column formatter, with the same bytes the
 // formatter's tabbed form gives.
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -12,6 +13,7 @@
 
 #include "conio/iosubs.h"
 #include "db/db.h"
+#include "db/record_warmer.h"
 
 namespace {
 
@@ -162,8 +164,11 @@ class Writer {
 
     // Every customer's records of one list that `keep` takes, in customer
     // order; `lead` goes before the first of them.
-    template <class T> void records(RecordList<T> customer::*list, const char *lead = "") {
+    template <class T>
+    void records(RecordList<T> customer::*list, unsigned which, const char *lead = "") {
+        RecordWarmer warmer(which);
         for (const customer *c : db.cust_list) {
+            warmer.reach(c);
             if ((c->*list).empty())
                 continue;
             bool keep_live = keep_(c, false), keep_exported = keep_(c, true);
@@ -211,23 +216,25 @@ bool write_family(FILE *out, HistoryKind kind, const Keep &keep, bool always_hea
         lead = kMiscSheetHeading;
         if (always_heading)
             w.heading(lead.c_str());
-        w.records(&customer::misc, always_heading ? "" : lead.c_str());
+        w.records(&customer::misc, RecordWarmer::MISC, always_heading ? "" : lead.c_str());
         if (always_heading || w.count() > 0)
             w.heading(kGasSection);
         else
             lead += kGasSection;
-        w.records(&customer::gas, always_heading || w.count() > 0 ? "" : lead.c_str());
+        w.records(&customer::gas, RecordWarmer::GAS,
+                  always_heading || w.count() > 0 ? "" : lead.c_str());
         break;
     }
     case HistoryKind::PAYMENTS:
         if (always_heading)
             w.heading(kPaymentsHeading);
-        w.records(&customer::payments, always_heading ? "" : kPaymentsHeading);
+        w.records(&customer::payments, RecordWarmer::PAYMENTS,
+                  always_heading ? "" : kPaymentsHeading);
         break;
     case HistoryKind::FLIGHTS:
         if (always_heading)
             w.heading(kFlightsHeading);
-        w.records(&customer::flights, always_heading ? "" : kFlightsHeading);
+        w.records(&customer::flights, RecordWarmer::FLIGHTS, always_heading ? "" : kFlightsHeading);
         break;
     }
     w.flush();
@@ -263,18 +270,25 @@ const char *history_heading(HistoryHeading h) {
 }
 
 const char *record_date_text(date_t date) {
-    // A period's records share a few dozen dates: each is worked out once.
-    static date_t last = 0;
-    static char text[48] = "";
-    static bool known = false;
-    if (!known || date != last) {
+    // A period's records share a few dozen dates, met in any order when
+    // written customer by customer: each is worked out once. 61 is prime
+    // and does not divide a day's seconds, so 61 days in a row never share
+    // an entry.
+    struct Known {
+        date_t date = 0;
+        bool set = false;
+        char text[48] = "";
+    };
+    static Known known[61];
+    Known &k = known[static_cast<uint64_t>(date) % 61];
+    if (!k.set || k.date != date) {
         int month = 0, day = 0, year = 0;
         parse_date(i_convertTimeToString(date), &month, &day, &year);
-        snprintf(text, sizeof text, "%d-%d-%d", month, day, year);
-        last = date;
-        known = true;
+        snprintf(k.text, sizeof k.text, "%d-%d-%d", month, day, year);
+        k.date = date;
+        k.set = true;
     }
-    return text;
+    return k.text;
 }
 
 bool history_has(HistoryKind kind, const Keep &keep) {
