@@ -3,10 +3,10 @@
 # club, BILLS with the default answers, EXIT. Two clubs, C=2,000/F=100,000
 # and C=20,000/F=1,000,000 (fuel, misc and payments each F/5), each with
 # the median wall time (min-max) and peak memory of SAMPLES runs, taken in
-# turn with the awk floor: one pass over the same history files summing
-# each account's amounts. A second output of the same bills, ACCOUNT-BALANCES
-# right after BILLS (the bills kept), is timed as the difference between
-# that session and BILLS alone.
+# turn with the bill floor of sampling.sh: one awk pass over the same
+# files summing each account's amounts. A second output of the same bills,
+# ACCOUNT-BALANCES right after BILLS (the bills kept), is timed as the
+# difference between that session and BILLS alone.
 #
 #   bench/bill_run.sh BUILD [SMALL_C SMALL_F LARGE_C LARGE_F]
 #
@@ -35,14 +35,7 @@ bills_balances() {
 }
 
 awk_floor() {
-    cd "$club"
-    wall awk -F'\t' '
-        FILENAME ~ /FLGHT/ && !/[!$]/ { min[$3] += $13 - $12 }
-        FILENAME ~ /GAS/ && !/[!$]/ { cents[$4] += ($5 ~ /^[YN]$/) ? $6 : $5 }
-        FILENAME ~ /PMNT/ && !/[!$]/ { paid[$4] += $2 }
-        END { for (a in cents) n++; print n > "/dev/null" }' \
-        VNKFLGHT.HIS VNKGAS.HIS VNKPMNT.HIS
-    cd - >/dev/null
+    bill_floor "$club"
 }
 
 bill() {

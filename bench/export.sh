@@ -3,8 +3,8 @@
 # large synthetic club: QUICKBOOKS (its bill run, the invoices and the move
 # of the history into the QU files) and ACCOUNT-BALANCES, each in a fresh
 # copy of the club: the median wall time (min-max) and peak memory of
-# SAMPLES runs, taken in turn with an awk floor: one pass over the customer,
-# balances and history files summing every account's cents.
+# SAMPLES runs, taken in turn with the bill floor of sampling.sh: both run
+# the whole bill run first, so that is the least work either can do.
 #
 #   bench/export.sh BUILD [SMALL_C SMALL_F LARGE_C LARGE_F]
 #
@@ -38,9 +38,7 @@ balances() {
 }
 
 awk_floor() {
-    wall awk -F'\t' '!/!/ && NF > 3 { sum[$4] += $6 } END { print length(sum) > "/dev/null" }' \
-        "$dir/club/VNKCUST.DAT" "$dir/club/VNKBAL.DAT" "$dir/club/VNKFLGHT.HIS" \
-        "$dir/club/VNKGAS.HIS" "$dir/club/VNKPMNT.HIS"
+    bill_floor "$dir/club"
 }
 
 club() {
@@ -49,7 +47,7 @@ club() {
     complete_club "$dir/club"
     sample "$name" quickbooks balances awk_floor
     floor=$(median_of "$name" awk_floor | cut -d' ' -f1)
-    echo "club: $1 customers, $2 flights ($(cat "$dir/invoices") invoices); awk floor $(figure "$name" awk_floor)"
+    echo "club: $1 customers, $2 flights ($(cat "$dir/invoices") invoices); bill floor $(figure "$name" awk_floor)"
     show_beside_floor 17 QUICKBOOKS: quickbooks
     show_beside_floor 17 ACCOUNT-BALANCES: balances
     echo "$(median_of "$name" quickbooks | cut -d' ' -f1) $(median_of "$name" balances | cut -d' ' -f1)" >"$dir/walls$1"

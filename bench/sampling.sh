@@ -39,7 +39,7 @@ figure() {
 # show_beside_floor WIDTH LABEL FUNCTION: one line of a FUNCTION sampled
 # under $name, beside the median $floor.
 show_beside_floor() {
-    printf "  %-${1}s %s, peak %4d MiB, %5s x the awk floor\n" "$2" "$(figure "$name" "$3")" \
+    printf "  %-${1}s %s, peak %4d MiB, %5s x its floor\n" "$2" "$(figure "$name" "$3")" \
         "$(peak_of "$name" "$3")" "$(ratio "$(median_of "$name" "$3" | cut -d' ' -f1)" "$floor")"
 }
 
@@ -63,4 +63,20 @@ wall() {
     "$@"
     end=$(now)
     echo "$end - $start" | bc
+}
+
+# bill_floor DIR: the least work of a bill run, as one awk pass over the
+# club in DIR: its customers and balances, then every history file, each
+# account's flight minutes, fuel and misc cents and payments summed. BILLS
+# and the commands that run the bill run inside them (QUICKBOOKS,
+# ACCOUNT-BALANCES, END-MONTH) are each timed beside this one floor.
+bill_floor() {
+    (cd "$1" && wall awk -F'\t' '
+        FILENAME ~ /CUST/ && !/[!$]/ { known[$1 FS $2] = 1 }
+        FILENAME ~ /BAL/ && !/[!$]/ { owed[$1 FS $2] += $3 }
+        FILENAME ~ /FLGHT/ && !/[!$]/ { min[$3] += $13 - $12 }
+        FILENAME ~ /GAS/ && !/[!$]/ { cents[$4] += ($5 ~ /^[YN]$/) ? $6 : $5 }
+        FILENAME ~ /PMNT/ && !/[!$]/ { paid[$4] += $2 }
+        END { print length(known), length(owed), length(min), length(cents) > "/dev/null" }' \
+        VNKCUST.DAT VNKBAL.DAT VNKFLGHT.HIS VNKGAS.HIS VNKPMNT.HIS)
 }

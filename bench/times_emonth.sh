@@ -9,9 +9,11 @@
 # run loads the club from scratch, as a treasurer's session would. TIMES is
 # the whole command (load, five summaries, times file); END-MONTH is the
 # whole closing with TIMES and BILLS inside it, the copy under periods/,
-# the renames and the fresh files. The awk floor reads the customer and day
-# sheet files once and groups every flight by aircraft and pilot, by tow
-# pilot and date, and by instructor and pilot: the least work TIMES can do.
+# the renames and the fresh files. TIMES stands beside an awk floor that
+# reads the customer and day sheet files once and groups every flight by
+# aircraft and pilot, by tow pilot and date, and by instructor and pilot:
+# the least work TIMES can do. END-MONTH runs the bill run, so it stands
+# beside the bill floor of sampling.sh.
 set -e
 build=$(cd "$1" && pwd)
 . "$(dirname "$0")/club_prices.sh"
@@ -43,16 +45,22 @@ awk_floor() {
         "$dir/club/VNKCUST.DAT" "$dir/club/VNKFLGHT.HIS"
 }
 
+bill_floor_run() {
+    bill_floor "$dir/club"
+}
+
 club() {
     name=c$1
     "$build/bench/bench_gen_club" "$dir/club" "$1" "$2" >/dev/null
     complete_club "$dir/club"
     printf 'TIMES\n\nEXIT\n' >"$dir/times.in"
     printf 'END-MONTH\n\nYES\nNO\n\n\n\nEXIT\n' >"$dir/emonth.in"
-    sample "$name" times_run emonth_run awk_floor
+    sample "$name" times_run emonth_run awk_floor bill_floor_run
     floor=$(median_of "$name" awk_floor | cut -d' ' -f1)
-    echo "club: $1 customers, $2 flights; awk floor $(figure "$name" awk_floor)"
+    echo "club: $1 customers, $2 flights; awk floor $(figure "$name" awk_floor)," \
+        "bill floor $(figure "$name" bill_floor_run)"
     show_beside_floor 10 TIMES: times_run
+    floor=$(median_of "$name" bill_floor_run | cut -d' ' -f1)
     show_beside_floor 10 END-MONTH: emonth_run
     echo "$(median_of "$name" times_run | cut -d' ' -f1) $(median_of "$name" emonth_run | cut -d' ' -f1)" >"$dir/walls$1"
     rm -rf "$dir/club" "$dir/run"
