@@ -156,6 +156,18 @@ customer *lookup_account(const char *text, bool use_abbrevs) {
     return find_cust(std::string(lastname).c_str(), std::string(firstname).c_str());
 }
 
+uint32_t account_hint(const char *text, size_t length) {
+    char upper[128];
+    if (length >= sizeof upper)
+        return 0;
+    for (size_t i = 0; i < length; i++)
+        upper[i] = static_cast<char>(toupper(static_cast<unsigned char>(text[i])));
+    upper[length] = '\0';
+    std::string_view lastname, firstname;
+    split_name(upper, lastname, firstname);
+    return ExactNameIndex::hash_of(lastname, firstname);
+}
+
 void parse_name(const char *text, std::string &lastname, std::string &firstname) {
     std::string_view last, first;
     split_name(text, last, first);

@@ -361,6 +361,9 @@ void free_gas_grades();
 customer *fc_cust(const char *lastname, const char *firstname, bool create);
 customer *find_cust(const char *lastname, const char *firstname);
 customer *lookup_account(const char *text, bool use_abbrevs);
+// The index hash a history file's account text is most likely looked up
+// under, for fetching the lookup's memory ahead of it (see ExactNameIndex).
+uint32_t account_hint(const char *text, size_t length);
 void parse_name(const char *text, std::string &lastname, std::string &firstname);
 void normalize_name(char *text);
 abbrev *fc_abbrev(const char *name, const char *lastname, const char *firstname, bool create);

@@ -50,18 +50,76 @@ __attribute__((format(printf, 1, 2))) void bad_value(const char *format, ...) {
     }
 }
 
-// Reads the next line that counts: a line starting with Ctrl-Z is skipped
-// without advancing the line number.
-bool next_line(FILE *file, char *line, int size, int &line_number) {
-    while (fgets(line, size, file) != nullptr) {
-        if (line[0] == CTRL_Z)
-            continue;
-        line_number++;
-        bad.line = line_number;
-        return true;
+// The lines of a history file, read a few ahead of the one handed out. A
+// club of tens of thousands of customers makes each line's account lookup
+// wait on memory; started for the lines ahead, those waits overlap with the
+// work on the current line instead of following it.
+class LinesAhead {
+  public:
+    LinesAhead(FILE *file, int account_field) : file_(file), account_field_(account_field) {
+        for (int i = 0; i < kAhead; i++)
+            fill(ring_[i]);
     }
-    return false;
-}
+
+    // The next line that counts, or null at the end: a line starting with
+    // Ctrl-Z is skipped without advancing the line number.
+    char *next(int &line_number) {
+        Line &line = ring_[at_];
+        if (!line.read)
+            return nullptr;
+        memcpy(current_, line.text, sizeof current_);
+        line_number = line.number;
+        bad.line = line_number;
+        fill(line);
+        at_ = (at_ + 1) % kAhead;
+        // The line after this one fetches its record, the one after that
+        // its slot (just read in by fill).
+        const Line &after = ring_[at_];
+        if (after.read)
+            db.cust_exact.fetch_record(after.hint);
+        return current_;
+    }
+
+  private:
+    static constexpr int kAhead = 2;
+    struct Line {
+        char text[LINE_MAX_TEXT + 4];
+        int number = 0;
+        bool read = false;
+        uint32_t hint = 0;
+    };
+
+    void fill(Line &line) {
+        line.read = false;
+        while (fgets(line.text, LINE_MAX_TEXT + 2, file_) != nullptr) {
+            if (line.text[0] == CTRL_Z)
+                continue;
+            line.number = ++numbered_;
+            line.read = true;
+            line.hint = hint_of(line.text);
+            db.cust_exact.fetch_slot(line.hint);
+            return;
+        }
+    }
+
+    uint32_t hint_of(const char *text) const {
+        const char *field = text;
+        for (int n = 1; n < account_field_; n++) {
+            field = strchr(field, '\t');
+            if (field == nullptr)
+                return 0;
+            field++;
+        }
+        return account_hint(field, strcspn(field, "\t\n"));
+    }
+
+    FILE *file_;
+    int account_field_;
+    Line ring_[kAhead];
+    int at_ = 0;
+    int numbered_ = 0;
+    char current_[LINE_MAX_TEXT + 4];
+};
 
 date_t read_date(DateCache &cache, const char *field, int line_number) {
     bool ok = false;
@@ -270,8 +328,8 @@ void readFlights(const char *file) {
     std::vector<flight *> read; // linked onto the customers at the end
     int version = 1;
     int line_number = 0;
-    char line[LINE_MAX_TEXT + 4];
-    while (next_line(in, line, LINE_MAX_TEXT + 2, line_number)) {
+    LinesAhead lines(in, 3);
+    while (char *line = lines.next(line_number)) {
         size_t length = strlen(line);
         if (length > 0)
             line[length - 1] = '\0';
@@ -416,8 +474,8 @@ void readGas(const char *file) {
     GasSection section = GasSection::NONE;
     int version = 1;
     int line_number = 0;
-    char line[LINE_MAX_TEXT + 4];
-    while (next_line(in, line, LINE_MAX_TEXT + 2, line_number)) {
+    LinesAhead lines(in, 4);
+    while (char *line = lines.next(line_number)) {
         size_t length = strlen(line);
         if (length > 0 && line[length - 1] == '\n')
             line[length - 1] = '\0';

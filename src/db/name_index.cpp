@@ -16,15 +16,8 @@ struct ExactNameIndex::Key {
     std::string_view first;
     uint32_t hash;
 
-    Key(std::string_view lastname, std::string_view firstname) : last(lastname), first(firstname) {
-        uint32_t h = 2166136261u; // FNV-1a over last, NUL, first
-        for (char ch : last)
-            h = (h ^ static_cast<unsigned char>(ch)) * 16777619u;
-        h *= 16777619u;
-        for (char ch : first)
-            h = (h ^ static_cast<unsigned char>(ch)) * 16777619u;
-        hash = h;
-    }
+    Key(std::string_view lastname, std::string_view firstname)
+        : last(lastname), first(firstname), hash(hash_of(lastname, firstname)) {}
     uint32_t length() const { return static_cast<uint32_t>(last.size() + 1 + first.size()); }
     bool matches(const char *record) const {
         uint32_t stored = 0;
@@ -35,6 +28,29 @@ struct ExactNameIndex::Key {
                memcmp(text + last.size() + 1, first.data(), first.size()) == 0;
     }
 };
+
+uint32_t ExactNameIndex::hash_of(std::string_view lastname, std::string_view firstname) {
+    uint32_t h = 2166136261u; // FNV-1a over last, NUL, first
+    for (char ch : lastname)
+        h = (h ^ static_cast<unsigned char>(ch)) * 16777619u;
+    h *= 16777619u;
+    for (char ch : firstname)
+        h = (h ^ static_cast<unsigned char>(ch)) * 16777619u;
+    return h;
+}
+
+void ExactNameIndex::fetch_slot(uint32_t hash) const {
+    if (!slots_.empty())
+        __builtin_prefetch(&slots_[hash & (slots_.size() - 1)]);
+}
+
+void ExactNameIndex::fetch_record(uint32_t hash) const {
+    if (slots_.empty())
+        return;
+    const Slot &s = slots_[hash & (slots_.size() - 1)];
+    if (s.record < kErased && s.hash == hash)
+        __builtin_prefetch(&records_[s.record]);
+}
 
 customer *ExactNameIndex::customer_at(uint32_t record) const {
     customer *c = nullptr;

@@ -15,6 +15,12 @@ struct customer;
 class ExactNameIndex {
   public:
     customer *find(std::string_view lastname, std::string_view firstname) const;
+    // A lookup started early: two lines ahead of it its slot is fetched,
+    // one line ahead the record the slot points at, so that by the time
+    // the lookup runs both are in cache. A wrong guess costs a fetch only.
+    static uint32_t hash_of(std::string_view lastname, std::string_view firstname);
+    void fetch_slot(uint32_t hash) const;
+    void fetch_record(uint32_t hash) const;
     void insert(const char *lastname, const char *firstname, customer *c);
     void erase(const char *lastname, const char *firstname, const customer *c);
     void clear();

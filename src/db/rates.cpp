@@ -5,7 +5,7 @@
 #include <iterator>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 #include "db/db.h"
 
@@ -14,27 +14,68 @@ namespace {
 const char *const default_category = "DEFAULT";
 
 // A statement prices each flight several times over, so the sorted list's
-// tree walk of string compares is answered instead by one hash probe. The
-// table is remade whenever the price list has changed since.
-struct NameHash {
-    using is_transparent = void;
-    size_t operator()(std::string_view name) const { return std::hash<std::string_view>{}(name); }
-};
-struct ItemsByName {
-    std::unordered_map<std::string_view, price *, NameHash, std::equal_to<>> items;
-    uint64_t version = 0;
+// tree walk of string compares is answered instead by one probe of an open
+// table (a few dozen items, mostly found at the first slot). The table is
+// remade whenever the price list has changed since.
+class ItemsByName {
+  public:
+    price *find(const char *name) {
+        if (version_ != db.price_list.version())
+            rebuild();
+        size_t length = 0;
+        uint32_t h = hash(name, length);
+        for (size_t i = h & mask_;; i = (i + 1) & mask_) {
+            const Slot &s = slots_[i];
+            if (s.item == nullptr)
+                return nullptr;
+            if (s.hash == h && s.length == length && memcmp(s.item->name, name, length) == 0)
+                return s.item;
+        }
+    }
+
+  private:
+    struct Slot {
+        uint32_t hash = 0;
+        size_t length = 0;
+        price *item = nullptr;
+    };
+
+    // FNV-1a, measuring the name as it goes.
+    static uint32_t hash(const char *name, size_t &length) {
+        uint32_t h = 2166136261u;
+        const char *at = name;
+        for (; *at != '\0'; at++)
+            h = (h ^ static_cast<unsigned char>(*at)) * 16777619u;
+        length = static_cast<size_t>(at - name);
+        return h;
+    }
+
+    void rebuild() {
+        size_t size = 16;
+        while (size < db.price_list.size() * 4)
+            size *= 2;
+        slots_.assign(size, Slot{});
+        mask_ = size - 1;
+        for (price *p : db.price_list) {
+            Slot s;
+            s.hash = hash(p->name, s.length);
+            s.item = p;
+            size_t i = s.hash & mask_;
+            while (slots_[i].item != nullptr)
+                i = (i + 1) & mask_;
+            slots_[i] = s;
+        }
+        version_ = db.price_list.version();
+    }
+
+    std::vector<Slot> slots_ = std::vector<Slot>(1);
+    size_t mask_ = 0;
+    uint64_t version_ = 0;
 };
 ItemsByName by_name;
 
 price *find_item(const char *name) {
-    if (by_name.version != db.price_list.version()) {
-        by_name.items.clear();
-        for (price *p : db.price_list)
-            by_name.items.emplace(p->name, p);
-        by_name.version = db.price_list.version();
-    }
-    auto at = by_name.items.find(std::string_view(name));
-    return at == by_name.items.end() ? nullptr : at->second;
+    return by_name.find(name);
 }
 
 bool is_empty(const char *text) {
@@ -109,10 +150,12 @@ int32_t lookup_rate(const char *item_name, const char *category_name, bool repor
     for (category *cat = item->cat; cat != nullptr; cat = cat->next) {
         if (cat->name == nullptr)
             continue;
-        // Category names are interned, so the same pointer mostly answers.
-        if (cat->name == wanted || strcmp(cat->name, wanted) == 0)
+        // Category names are interned, so the same pointer mostly answers;
+        // a first letter that differs settles most of the rest without a
+        // library call.
+        if (cat->name == wanted || (cat->name[0] == wanted[0] && strcmp(cat->name, wanted) == 0))
             return cat->cost;
-        if (strcmp(cat->name, default_category) == 0)
+        if (cat->name[0] == default_category[0] && strcmp(cat->name, default_category) == 0)
             fallback = cat->cost;
     }
     // Neither the customer's category nor DEFAULT priced here: silently free.
