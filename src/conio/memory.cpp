@@ -9,6 +9,7 @@
 #include <initializer_list>
 #include <vector>
 
+#include <sys/mman.h>
 #include <sys/stat.h>
 
 #include "conio/iosubs.h"
@@ -34,7 +35,7 @@ constexpr size_t kPiece = 200; // longest data-file line
 // no per-block header or bookkeeping, and a record lies beside its texts.
 // Each block is still counted as allocated and freed one by one, and a
 // chunk goes back to the heap when its last block is freed.
-constexpr size_t kChunkBits = 20;
+constexpr size_t kChunkBits = 21;
 constexpr size_t kChunkSize = size_t{1} << kChunkBits;
 constexpr size_t kBatchLimit = 4096; // larger blocks come from malloc
 
@@ -160,6 +161,12 @@ void *errmalloc_batch(size_t size) {
         head = static_cast<ChunkHead *>(aligned_alloc(kChunkSize, kChunkSize));
         if (head == nullptr)
             out_of_memory(size);
+#ifdef MADV_HUGEPAGE
+        // A chunk the size and alignment of a huge page can be one: one
+        // fault instead of 512, and one TLB entry for the walks over its
+        // records. Only advice; where refused, the chunk is small pages.
+        madvise(head, kChunkSize, MADV_HUGEPAGE);
+#endif
         head->used = kHeadSize;
         head->live = 0;
         // The chunk being left stays until its last block is freed; one

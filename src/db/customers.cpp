@@ -160,8 +160,11 @@ uint32_t account_hint(const char *text, size_t length) {
     char upper[128];
     if (length >= sizeof upper)
         return 0;
-    for (size_t i = 0; i < length; i++)
-        upper[i] = static_cast<char>(toupper(static_cast<unsigned char>(text[i])));
+    // Plain ASCII: a guess need not follow the locale the lookup does.
+    for (size_t i = 0; i < length; i++) {
+        char ch = text[i];
+        upper[i] = ch >= 'a' && ch <= 'z' ? static_cast<char>(ch - 'a' + 'A') : ch;
+    }
     upper[length] = '\0';
     std::string_view lastname, firstname;
     split_name(upper, lastname, firstname);
