@@ -23,9 +23,11 @@ struct ExactNameIndex::Key {
         uint32_t stored = 0;
         memcpy(&stored, record + kPointer, sizeof stored);
         const char *text = record + kKeyText;
-        return stored == length() && memcmp(text, last.data(), last.size()) == 0 &&
+        // Compared as views: a missing first name may come as a view of no
+        // pointer at all, which memcmp must not be handed.
+        return stored == length() && std::string_view(text, last.size()) == last &&
                text[last.size()] == '\0' &&
-               memcmp(text + last.size() + 1, first.data(), first.size()) == 0;
+               std::string_view(text + last.size() + 1, first.size()) == first;
     }
 };
 
