@@ -38,6 +38,10 @@ bool safe_prepare(SafeFile &sf);
 // ones private too.
 void new_files_like(const char *name);
 
+// Copies everything readable from `in` to `out` (only reads it through
+// when `out` is null); false on a read error.
+bool pour(FILE *in, FILE *out);
+
 // ---- Single checked steps -----------------------------------------------------
 // Each returns false (errno set) when the step did not happen; none prints.
 

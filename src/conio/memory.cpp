@@ -273,14 +273,8 @@ bool copyfile(const char *name, FILE *out) {
         log_error("? Unable to open %s\n", name);
         return false;
     }
-    char piece[kPiece];
-    size_t got;
-    while ((got = fread(piece, 1, sizeof piece, in)) > 0) {
-        if (out != nullptr)
-            fwrite(piece, 1, got, out);
-    }
     // A read that stopped early has not copied the file.
-    bool read_ok = ferror(in) == 0;
+    bool read_ok = pour(in, out);
     fclose(in);
     return read_ok;
 }
