@@ -107,7 +107,7 @@ struct StreamCookie {
 // fsync, the disk would start on it only when the program is done writing.
 // Each few megabytes are handed to the disk as they are written instead, so
 // the sync before the rename waits for the last piece only.
-constexpr off_t kWritebackPiece = off_t{8} << 20;
+constexpr off_t kWritebackPiece = off_t{1} << 20;
 
 void start_writeback(StreamCookie *c) {
 #ifdef __linux__

@@ -56,7 +56,10 @@ __attribute__((format(printf, 1, 2))) void bad_value(const char *format, ...) {
 // work on the current line instead of following it.
 class LinesAhead {
   public:
-    LinesAhead(FILE *file, int account_field) : file_(file), account_field_(account_field) {
+    // An index that fits in the processor's cache has nothing to wait
+    // for, and the guesses would only cost time.
+    LinesAhead(FILE *file, int account_field)
+        : file_(file), account_field_(db.cust_exact.size() > kCachedNames ? account_field : 0) {
         for (int i = 0; i < kAhead; i++)
             fill(ring_[i]);
     }
@@ -75,13 +78,14 @@ class LinesAhead {
         // The line after this one fetches its record, the one after that
         // its slot (just read in by fill).
         const Line &after = ring_[at_];
-        if (after.read)
+        if (after.read && account_field_ > 0)
             db.cust_exact.fetch_record(after.hint);
         return current_;
     }
 
   private:
     static constexpr int kAhead = 2;
+    static constexpr size_t kCachedNames = 4096;
     struct Line {
         char text[LINE_MAX_TEXT + 4];
         int number = 0;
@@ -96,8 +100,10 @@ class LinesAhead {
                 continue;
             line.number = ++numbered_;
             line.read = true;
-            line.hint = hint_of(line.text);
-            db.cust_exact.fetch_slot(line.hint);
+            if (account_field_ > 0) {
+                line.hint = hint_of(line.text);
+                db.cust_exact.fetch_slot(line.hint);
+            }
             return;
         }
     }
