@@ -5,6 +5,7 @@
 #include "billing/billing.h"
 #include "billing/times.h"
 #include "conio/iosubs.h"
+#include "db/record_warmer.h"
 
 namespace {
 
@@ -41,14 +42,15 @@ void add_flight_times(TimeSummaries &s, const flight *f) {
 void accumulate(TimeSummaries &s, const char *start, const char *end) {
     date_t first = start ? i_convertDateToTime(start) : 0;
     date_t last = end ? i_convertDateToTime(end) : 0;
-    for (customer *c : db.cust_list)
+    RecordWarmer warmer(RecordWarmer::FLIGHTS);
+    for (customer *c : db.cust_list) {
+        warmer.reach(c);
         for (flight *f : c->flights) {
-            // The next flight lies far away: fetch it while this one is added.
-            __builtin_prefetch(f->next);
             if ((start && f->date < first) || (end && f->date > last))
                 continue;
             add_flight_times(s, f);
         }
+    }
 }
 
 void write_section(const char *start, const char *end, const char *what, const char *title,
