@@ -17,7 +17,7 @@ dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 
 run() {
-    rm -rf "$dir/run" && cp -R "$dir/club" "$dir/run"
+    rm -rf "$dir/run" && cp -R "$club" "$dir/run"
     printf "$1" >"$dir/input"
     timed "$dir/run" "$dir/input"
 }
@@ -29,7 +29,7 @@ quickbooks() {
         echo "the export wrote no invoices or did not move the history" >&2
         exit 1
     fi
-    echo "$invoices" >"$dir/invoices"
+    echo "$invoices" >"$club.invoices"
 }
 
 balances() {
@@ -38,26 +38,25 @@ balances() {
 }
 
 awk_floor() {
-    bill_floor "$dir/club"
+    bill_floor "$club"
 }
 
-club() {
-    name=c$1
-    "$build/bench/bench_gen_club" "$dir/club" "$1" "$2" >/dev/null
-    complete_club "$dir/club"
-    sample "$name" quickbooks balances awk_floor
-    floor=$(median_of "$name" awk_floor | cut -d' ' -f1)
-    echo "club: $1 customers, $2 flights ($(cat "$dir/invoices") invoices); bill floor $(figure "$name" awk_floor)"
+report() {
+    name=$1
+    floor=$(median "$name" awk_floor)
+    echo "club: $2 customers, $3 flights ($(cat "$dir/$name.invoices") invoices);" \
+        "bill floor $(figure "$name" awk_floor)"
     show_beside_floor 17 QUICKBOOKS: quickbooks
     show_beside_floor 17 ACCOUNT-BALANCES: balances
-    echo "$(median_of "$name" quickbooks | cut -d' ' -f1) $(median_of "$name" balances | cut -d' ' -f1)" >"$dir/walls$1"
-    rm -rf "$dir/club" "$dir/run"
 }
 
 small=${2:-2000}
 large=${4:-20000}
-club "$small" "${3:-100000}"
-club "$large" "${5:-1000000}"
-read -r qs bs <"$dir/walls$small"
-read -r ql bl <"$dir/walls$large"
-printf 'large / small: QUICKBOOKS %s, ACCOUNT-BALANCES %s\n' "$(ratio "$ql" "$qs")" "$(ratio "$bl" "$bs")"
+small_club="$dir/small" && make_club "$small_club" "$small" "${3:-100000}"
+large_club="$dir/large" && make_club "$large_club" "$large" "${5:-1000000}"
+sample_both quickbooks balances awk_floor
+report small "$small" "${3:-100000}"
+report large "$large" "${5:-1000000}"
+printf 'large / small: QUICKBOOKS %s, ACCOUNT-BALANCES %s\n' \
+    "$(ratio "$(median large quickbooks)" "$(median small quickbooks)")" \
+    "$(ratio "$(median large balances)" "$(median small balances)")"

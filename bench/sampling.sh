@@ -6,6 +6,7 @@
 #   sample NAME FUNCTION...  runs FUNCTION... in turn SAMPLES times; each
 #                            prints "wall_seconds [cpu_seconds peak_MiB]",
 #                            kept in $dir/NAME.<function>
+#   sample_both FUNCTION...  the same over a small and a large club
 #   median_of NAME FUNCTION  "median min max" of the wall times
 #   peak_of NAME FUNCTION    the largest peak memory in MiB
 #   figure NAME FUNCTION     "1.234 s (1.200-1.300)"
@@ -23,6 +24,32 @@ sample() {
         i=$((i + 1))
     done
 }
+
+# sample_both FUNCTION...: as sample, over two clubs, $small_club and
+# $large_club, in turn within every round, each run finding its club in
+# $club; kept under the names "small" and "large". The large club's time
+# over the small one's then compares runs of the same minutes, not two
+# stretches of a shared machine far apart.
+sample_both() {
+    for fn in "$@"; do : >"$dir/small.$fn" && : >"$dir/large.$fn"; done
+    i=0
+    while [ "$i" -lt "$SAMPLES" ]; do
+        for size in small large; do
+            eval "club=\$${size}_club"
+            for fn in "$@"; do "$fn" >>"$dir/$size.$fn"; done
+        done
+        i=$((i + 1))
+    done
+}
+
+# make_club DIR CUSTOMERS FLIGHTS: a complete synthetic club in DIR.
+make_club() {
+    "$build/bench/bench_gen_club" "$1" "$2" "$3" >/dev/null
+    complete_club "$1"
+}
+
+# median NAME FUNCTION: the median wall time alone.
+median() { median_of "$1" "$2" | cut -d' ' -f1; }
 
 median_of() {
     cut -d' ' -f1 "$dir/$1.$2" | sort -n | awk '{ v[NR] = $1 }

@@ -21,7 +21,7 @@ build=$(cd "$1" && pwd)
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 
-fresh() { rm -rf "$dir/run" && cp -R "$dir/club" "$dir/run"; }
+fresh() { rm -rf "$dir/run" && cp -R "$club" "$dir/run"; }
 
 times_run() {
     fresh
@@ -42,34 +42,32 @@ awk_floor() {
         file == 2 && !/!/ && !/^\$/ { m = $13 - $12; a[$4 FS $5] += m; t[$9 FS $1] += $11
                                       if ($6 == "I") c[$7 FS $5] += m }
         END { print length(a), length(t), length(c) > "/dev/null" }' \
-        "$dir/club/VNKCUST.DAT" "$dir/club/VNKFLGHT.HIS"
+        "$club/VNKCUST.DAT" "$club/VNKFLGHT.HIS"
 }
 
 bill_floor_run() {
-    bill_floor "$dir/club"
+    bill_floor "$club"
 }
 
-club() {
-    name=c$1
-    "$build/bench/bench_gen_club" "$dir/club" "$1" "$2" >/dev/null
-    complete_club "$dir/club"
-    printf 'TIMES\n\nEXIT\n' >"$dir/times.in"
-    printf 'END-MONTH\n\nYES\nNO\n\n\n\nEXIT\n' >"$dir/emonth.in"
-    sample "$name" times_run emonth_run awk_floor bill_floor_run
-    floor=$(median_of "$name" awk_floor | cut -d' ' -f1)
-    echo "club: $1 customers, $2 flights; awk floor $(figure "$name" awk_floor)," \
+report() {
+    name=$1
+    floor=$(median "$name" awk_floor)
+    echo "club: $2 customers, $3 flights; awk floor $(figure "$name" awk_floor)," \
         "bill floor $(figure "$name" bill_floor_run)"
     show_beside_floor 10 TIMES: times_run
-    floor=$(median_of "$name" bill_floor_run | cut -d' ' -f1)
+    floor=$(median "$name" bill_floor_run)
     show_beside_floor 10 END-MONTH: emonth_run
-    echo "$(median_of "$name" times_run | cut -d' ' -f1) $(median_of "$name" emonth_run | cut -d' ' -f1)" >"$dir/walls$1"
-    rm -rf "$dir/club" "$dir/run"
 }
 
 small=${2:-2000}
 large=${4:-20000}
-club "$small" "${3:-100000}"
-club "$large" "${5:-1000000}"
-read -r ts es <"$dir/walls$small"
-read -r tl el <"$dir/walls$large"
-printf 'large / small: TIMES %s, END-MONTH %s\n' "$(ratio "$tl" "$ts")" "$(ratio "$el" "$es")"
+small_club="$dir/small" && make_club "$small_club" "$small" "${3:-100000}"
+large_club="$dir/large" && make_club "$large_club" "$large" "${5:-1000000}"
+printf 'TIMES\n\nEXIT\n' >"$dir/times.in"
+printf 'END-MONTH\n\nYES\nNO\n\n\n\nEXIT\n' >"$dir/emonth.in"
+sample_both times_run emonth_run awk_floor bill_floor_run
+report small "$small" "${3:-100000}"
+report large "$large" "${5:-1000000}"
+printf 'large / small: TIMES %s, END-MONTH %s\n' \
+    "$(ratio "$(median large times_run)" "$(median small times_run)")" \
+    "$(ratio "$(median large emonth_run)" "$(median small emonth_run)")"
