@@ -18,6 +18,8 @@ using dbfile::tab_field;
 using dbfile::upper;
 
 enum { LINE_MAX_TEXT = 200 };
+// The longest field tab_field hands back.
+constexpr size_t kFieldText = 200;
 
 // One line of at most LINE_MAX_TEXT characters plus its line end.
 bool read_line(FILE *file, char *buffer, int size) {
@@ -229,7 +231,12 @@ void readPaymentsFile(const char *name) {
         char word[LINE_MAX_TEXT + 1];
         int number = 0;
         int after_word = 0;
-        int items = sscanf(line, " $%200s%n", word, &after_word);
+        // Only a line whose first non-blank is "$" can match; the others
+        // skip the scan, which most payment lines would fail anyway.
+        const char *first = line;
+        while (isspace(static_cast<unsigned char>(*first)))
+            first++;
+        int items = *first == '$' ? sscanf(line, " $%200s%n", word, &after_word) : 0;
         if (items == 1 && dbfile::scan_int_held(line + after_word, number))
             items = 2;
         if (items >= 1) {
@@ -262,12 +269,21 @@ void readPaymentsFile(const char *name) {
         if (marks_only && strstr(line, FINANCE_EXPORTED_NOTE) == nullptr)
             continue;
 
+        // Split once, each field cut where tab_field would cut it.
+        char split[LINE_MAX_TEXT + 3];
+        memcpy(split, line, sizeof split);
+        dbfile::Fields fields(split);
+        auto field = [&fields](int n) {
+            const char *text = fields[n];
+            return std::string(text, strnlen(text, kFieldText));
+        };
+
         bool date_ok = false;
-        date_t date = dates.convert(tab_field(line, 1).c_str(), date_ok);
+        date_t date = dates.convert(field(1).c_str(), date_ok);
         customer *c;
         std::string note;
         if (version >= 3) {
-            std::string account = upper(tab_field(line, 4));
+            std::string account = upper(field(4));
             c = lookup_account(account.c_str(), false);
             if (!c) {
                 std::string lastname, firstname;
@@ -276,29 +292,29 @@ void readPaymentsFile(const char *name) {
                 printf(" creating customer.\n");
                 c = fc_cust(lastname.c_str(), firstname.c_str(), true);
             }
-            note = tab_field(line, 5);
+            note = field(5);
         } else {
-            std::string lastname = upper(tab_field(line, 4));
+            std::string lastname = upper(field(4));
             if (lastname.empty()) {
                 bad_lines++;
                 printf("? Bad format, missing last name on line: %d\n", line_number);
                 printf("    %s\n", line);
                 continue;
             }
-            std::string firstname = upper(tab_field(line, 5));
+            std::string firstname = upper(field(5));
             c = find_or_create_named(lastname, firstname);
-            note = tab_field(line, 6);
+            note = field(6);
         }
 
         int32_t amount = 0;
-        bool amount_ok = scan_int32(tab_field(line, 2).c_str(), amount);
+        bool amount_ok = scan_int32(field(2).c_str(), amount);
         if (!amount_ok) {
             bad_lines++;
             printf("? Can not find payment amount on line %d:\n\t", line_number);
             amount = 0;
         }
         int32_t check = 0;
-        if (!scan_int32(tab_field(line, 3).c_str(), check)) {
+        if (!scan_int32(field(3).c_str(), check)) {
             bad_lines += amount_ok ? 1 : 0;
             printf("? Can not find payment check number on line %d:\n\t%s", line_number, line);
             check = 0;
