@@ -105,8 +105,8 @@ struct StreamCookie {
 
 // A statements file runs to hundreds of megabytes; left to the final
 // fsync, the disk would start on it only when the program is done writing.
-// Each few megabytes are handed to the disk as they are written instead, so
-// the sync before the rename waits for the last piece only.
+// Each megabyte is handed to the disk as it is written instead, so the
+// sync before the rename has little left to wait for.
 constexpr off_t kWritebackPiece = off_t{1} << 20;
 
 void start_writeback(StreamCookie *c) {
