@@ -10,7 +10,7 @@ cd "$dir/club"
 echo 'process 4242 on clubhouse by treasurer' >VNKLOCK.LCK
 cp -R . ../before
 printf 'YES\nSAVE\nENTER\nIMPORT FLIGHTS.CSV\nREMOVE\nEND-MONTH\nEXIT\n' >../input
-flock VNKLOCK.LCK sh -c "TZ=UTC faketime '2005-06-07 12:00:00' '$varnok' <../input >../console 2>&1"
+flock VNKLOCK.LCK sh -c "FAKETIME='@2005-06-07 12:00:00' $clock '$varnok' <../input >../console 2>&1"
 grep -qF '? The club folder is in use by process 4242 on clubhouse by treasurer.' ../console ||
     fail "the holder is not named"
 for command in SAVE ENTER IMPORT REMOVE END-MONTH; do

@@ -5,7 +5,7 @@ set -e
 . "$(dirname "$0")/common.sh"
 cp -R "$2/." "$dir"
 printf 'VERIFY FIRST.LIS\nIMPORT FLIGHTS.CSV\n\nVERIFY AFTER.LIS\nEXIT\n' >"$dir/input"
-(cd "$dir" && TZ=UTC faketime '2005-06-07 12:00:00' "$varnok" <input >console 2>&1)
+(cd "$dir" && FAKETIME='@2005-06-07 12:00:00' $clock "$varnok" <input >console 2>&1)
 [ "$(tail -1 "$dir/FIRST.LIS")" = "72 findings." ] || fail "VERIFY did not find 72"
 [ "$(grep -c ': [A-Z0-9-]* in the air twice at once on 5-' "$dir/FIRST.LIS")" = 72 ] ||
     fail "VERIFY found something else on the demo club"
