@@ -31,8 +31,7 @@ dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 
 club="$dir/club"
-"$build/bench/bench_gen_club" "$club" "$customers" "$flights" >/dev/null
-complete_club "$club"
+make_club "$club" "$customers" "$flights"
 records=$((flights + 3 * (flights / 5)))
 python3 "$journal_maker" -t "$records" -c "$customers" --ledger "$dir/journal.dat"
 printf 'BILLS\n\n\nEXIT\n' >"$dir/input"

@@ -350,7 +350,7 @@ void readFlights(const char *file) {
     std::vector<flight *> read; // linked onto the customers at the end
     int version = 1;
     int line_number = 0;
-    LinesAhead lines(in, 3);
+    LinesAhead lines(in, /*account_field=*/3);
     while (char *line = lines.next(line_number)) {
         size_t length = strlen(line);
         if (length > 0)
@@ -496,7 +496,7 @@ void readGas(const char *file) {
     GasSection section = GasSection::NONE;
     int version = 1;
     int line_number = 0;
-    LinesAhead lines(in, 4);
+    LinesAhead lines(in, /*account_field=*/4);
     while (char *line = lines.next(line_number)) {
         size_t length = strlen(line);
         if (length > 0 && line[length - 1] == '\n')

@@ -164,9 +164,8 @@ class Writer {
 
     // Every customer's records of one list that `keep` takes, in customer
     // order; `lead` goes before the first of them.
-    template <class T>
-    void records(RecordList<T> customer::*list, unsigned which, const char *lead = "") {
-        RecordWarmer warmer(which);
+    template <class T> void records(RecordList<T> customer::*list, const char *lead = "") {
+        RecordWarmer warmer(RecordWarmer::list_of<T>());
         for (const customer *c : db.cust_list) {
             warmer.reach(c);
             if ((c->*list).empty())
@@ -216,25 +215,23 @@ bool write_family(FILE *out, HistoryKind kind, const Keep &keep, bool always_hea
         lead = kMiscSheetHeading;
         if (always_heading)
             w.heading(lead.c_str());
-        w.records(&customer::misc, RecordWarmer::MISC, always_heading ? "" : lead.c_str());
+        w.records(&customer::misc, always_heading ? "" : lead.c_str());
         if (always_heading || w.count() > 0)
             w.heading(kGasSection);
         else
             lead += kGasSection;
-        w.records(&customer::gas, RecordWarmer::GAS,
-                  always_heading || w.count() > 0 ? "" : lead.c_str());
+        w.records(&customer::gas, always_heading || w.count() > 0 ? "" : lead.c_str());
         break;
     }
     case HistoryKind::PAYMENTS:
         if (always_heading)
             w.heading(kPaymentsHeading);
-        w.records(&customer::payments, RecordWarmer::PAYMENTS,
-                  always_heading ? "" : kPaymentsHeading);
+        w.records(&customer::payments, always_heading ? "" : kPaymentsHeading);
         break;
     case HistoryKind::FLIGHTS:
         if (always_heading)
             w.heading(kFlightsHeading);
-        w.records(&customer::flights, RecordWarmer::FLIGHTS, always_heading ? "" : kFlightsHeading);
+        w.records(&customer::flights, always_heading ? "" : kFlightsHeading);
         break;
     }
     w.flush();

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <iterator>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "db/db.h"

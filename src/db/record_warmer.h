@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 #include "db/db.h"
 
@@ -13,6 +14,18 @@ class RecordWarmer {
     enum Lists : unsigned { FLIGHTS = 1, GAS = 2, MISC = 4, PAYMENTS = 8, ALL = 15 };
 
     explicit RecordWarmer(unsigned lists = ALL) : lists_(lists) {}
+
+    // The list a record type lives in.
+    template <class T> static constexpr unsigned list_of() {
+        if constexpr (std::is_same_v<T, flight>)
+            return FLIGHTS;
+        else if constexpr (std::is_same_v<T, gas>)
+            return GAS;
+        else if constexpr (std::is_same_v<T, misc>)
+            return MISC;
+        else
+            return PAYMENTS;
+    }
 
     // Called with every customer of the list in turn, before its records
     // are walked.
