@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "conio/early_sync.h"
 #include "conio/fileops.h"
 
 namespace {
@@ -101,6 +103,8 @@ struct StreamCookie {
     std::string name;
     off_t written = 0;
     off_t handed_to_disk = 0;
+    // Only for a file rewritten as a whole, which is synced at its end.
+    std::unique_ptr<EarlySync> early;
 };
 
 // A statements file runs to hundreds of megabytes; left to the final
@@ -110,16 +114,16 @@ struct StreamCookie {
 constexpr off_t kWritebackPiece = off_t{1} << 20;
 
 void start_writeback(StreamCookie *c) {
-#ifdef __linux__
     off_t pending = c->written - c->handed_to_disk;
     if (pending < kWritebackPiece)
         return;
+#ifdef __linux__
     // Only a hint: the sync before the rename is what makes the file durable.
     sync_file_range(c->fd, c->handed_to_disk, pending, SYNC_FILE_RANGE_WRITE);
-    c->handed_to_disk = c->written;
-#else
-    (void)c;
 #endif
+    c->handed_to_disk = c->written;
+    if (c->early != nullptr)
+        c->early->wrote(c->written);
 }
 
 ssize_t cookie_write(void *cookie, const char *data, size_t length) {
@@ -133,14 +137,22 @@ ssize_t cookie_write(void *cookie, const char *data, size_t length) {
 
 int cookie_close(void *cookie) {
     auto *c = static_cast<StreamCookie *>(cookie);
+    bool synced = c->early == nullptr || c->early->finish();
+    int saved = errno;
     bool ok = close_step(c->fd, c->name.c_str());
     delete c;
+    if (!synced) {
+        errno = saved;
+        return EOF;
+    }
     return ok ? 0 : EOF;
 }
 
-FILE *stream_on(int fd, const char *name) {
+FILE *stream_on(int fd, const char *name, bool synced_at_end) {
     cookie_io_functions_t io = {nullptr, cookie_write, nullptr, cookie_close};
-    auto *c = new StreamCookie{fd, name};
+    auto *c = new StreamCookie{fd, name, 0, 0, nullptr};
+    if (synced_at_end)
+        c->early = std::make_unique<EarlySync>(fd);
     FILE *fp = fopencookie(c, "w", io);
     if (fp == nullptr)
         delete c;
@@ -208,7 +220,7 @@ FILE *safe_open(SafeFile &sf, const char *name) {
     }
     if (mode != 0600)
         fchmod(fd, mode);
-    sf.fp = stream_on(fd, sf.temp_name);
+    sf.fp = stream_on(fd, sf.temp_name, true);
     if (sf.fp == nullptr) {
         int saved = errno;
         close(fd);
@@ -392,7 +404,7 @@ FILE *open_appending(const char *name) {
     int fd = open_step(FileStep::OPEN_APPEND, name, O_WRONLY | O_APPEND | O_CREAT, 0666);
     if (fd < 0)
         return nullptr;
-    FILE *fp = stream_on(fd, name);
+    FILE *fp = stream_on(fd, name, false);
     if (fp == nullptr)
         close(fd);
     return fp;

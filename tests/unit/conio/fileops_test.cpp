@@ -1,9 +1,12 @@
 // The file-operation layer: every step of a rewrite, an append and a copy
 // is made to fail and to end the process, and afterwards each file holds
 // either its old or its new contents, never a mixture.
+#include <atomic>
+#include <cerrno>
 #include <set>
 #include <vector>
 
+#include "conio/early_sync.h"
 #include "testutil.h"
 
 namespace {
@@ -116,6 +119,49 @@ TEST_F(FileOpsTest, AppendRefusesAnUnreadableHistoryAndKeepsItOnAFullDisk) {
     EXPECT_EQ(read_file("VNKMISC.HIS"), big);
     EXPECT_EQ(read_file("VNKMISC.TMP"), kAdded);
     EXPECT_FALSE(std::filesystem::exists("APPEND.TMP"));
+}
+
+// A large rewrite is synced while it is being written. The kernel reports a
+// lost write-back to one sync only, so an early sync that failed fails the
+// file even though the last sync succeeds.
+TEST_F(FileOpsTest, LargeRewritesSyncEarlyAndFailWithTheirEarlySync) {
+    static std::atomic<int> syncs;
+    static std::atomic<bool> failing;
+    early_sync_for_tests(
+        [](int fd) {
+            syncs++;
+            if (!failing)
+                return fdatasync(fd);
+            errno = EIO;
+            return -1;
+        },
+        off_t{1} << 20);
+    // Half the file, then a wait for the thread to have synced once, as it
+    // would have long before on a real statements file; then the rest.
+    auto rewrite = [](char fill) {
+        SafeFile sf;
+        FILE *fp = safe_open(sf, "big.dat");
+        std::string line = std::string(99, fill) + "\n";
+        for (int i = 0; fp != nullptr && i < 40000; i++) {
+            fputs(line.c_str(), fp);
+            for (int wait = 0; i == 20000 && syncs == 0 && wait < 10000; wait++)
+                usleep(1000);
+        }
+        return safe_commit(sf);
+    };
+    write_file("big.dat", "old\n");
+    EXPECT_TRUE(rewrite('a'));
+    EXPECT_GE(syncs, 1);
+    std::string written = read_file("big.dat");
+    EXPECT_EQ(written.size(), 4000000u);
+    EXPECT_EQ(written.find_first_not_of("a\n"), std::string::npos);
+
+    failing = true;
+    syncs = 0;
+    EXPECT_FALSE(rewrite('b'));
+    EXPECT_EQ(errno, EIO);
+    EXPECT_TRUE(read_file("big.dat") == written) << "the old file was replaced";
+    EXPECT_EQ(names_here(), std::set<std::string>{"big.dat"});
 }
 
 TEST_F(FileOpsTest, CopiesAndAppendsReplaceTheirTargetWhole) {
