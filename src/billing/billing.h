@@ -61,7 +61,7 @@ struct DateRange {
 DateRange date_range(const char *start, const char *end);
 // Sales tax of `amount` at the named rate, added to the record when not 0.
 // Flights say when a tax rate is missing; fuel and misc taxes are optional.
-void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount,
+void add_salestax(charges *ch, PriceItem &item, const char *category_name, int32_t amount,
                   bool warn);
 int32_t tax_on(int32_t rate, int32_t amount);
 // A date as the reports print it ("6-7-2005"), converted once per date;

@@ -18,6 +18,15 @@ void add(int32_t &sum, int32_t part) {
 
 StatementSink silent;
 
+// The items every flight is priced with.
+PriceItem thousand("THOUSAND"), hookup("HOOKUP"), minimum_time("MINIMUM-TIME"),
+    ground_time("GROUND-TIME"), club_instruction("INSTRUCTION"),
+    private_instruction("PVT-INSTRUCTION"), rope_break_fee("ROPE-BREAK"),
+    pattern_tow_fee("PATTERN-TOW");
+PriceItem tow_tax("TOW-SALESTAX"), instruction_tax("INS-SALESTAX"), flight_tax("FLT-SALESTAX"),
+    gas_tax("GAS-SALESTAX"), misc_tax("MISC-SALESTAX"), rope_break_tax("ROPE-BREAK-SALESTAX"),
+    pattern_tow_tax("PATTERN-TOW-SALESTAX");
+
 bool is_type(const flight *f, const char *name) {
     return strcmp(flight_types[static_cast<int>(f->type)], name) == 0;
 }
@@ -48,8 +57,7 @@ void charge_fixed_tow(const flight *f, const Targets &to, const char *cat, int32
         }
     });
     sink.charge_line(rope_break ? "Rope break:" : "Pattern tow:", charge);
-    add_salestax(to.ch, rope_break ? "ROPE-BREAK-SALESTAX" : "PATTERN-TOW-SALESTAX", cat, charge,
-                 true);
+    add_salestax(to.ch, rope_break ? rope_break_tax : pattern_tow_tax, cat, charge, true);
     // Counted as a tow and as instruction without charging either, and as
     // rental time of a club aircraft without charging rental.
     to.each([&](charges &t) {
@@ -81,14 +89,15 @@ void charge_tow(flight *f, const Targets &to, const char *cat, StatementSink &si
         }
     }
     add(ch->tow_height, f->towheight);
-    add_salestax(ch, "TOW-SALESTAX", cat, tow, true);
+    add_salestax(ch, tow_tax, cat, tow, true);
 }
 
 void charge_flight(flight *f, charges *ch, bool accumulate, StatementSink &sink) {
     const char *cat = categoryOnDate(f->date, f->customer);
     int32_t minutes = sub32(f->end, f->start);
     int32_t hours = wrap32(int64_t{minutes} * 1000) / 60;
-    bool club_aircraft = lookup_rate(f->plane, cat, false) != 0;
+    PriceItem plane(f->plane);
+    bool club_aircraft = lookup_rate(plane, cat, false) != 0;
     Targets to{ch, accumulate ? fc_charge(f->plane, true) : nullptr};
     sink.flight_line(f, minutes);
     if (is_type(f, "ROPE-BREAK") || is_type(f, "PATTERN-TOW")) {
@@ -108,18 +117,18 @@ void charge_flight(flight *f, charges *ch, bool accumulate, StatementSink &sink)
         });
         if (instruction != 0) {
             sink.charge_line("Instruction:", instruction);
-            add_salestax(ch, "INS-SALESTAX", cat, instruction, true);
+            add_salestax(ch, instruction_tax, cat, instruction, true);
         }
     }
     if (club_aircraft) {
-        int32_t rental = rental_price(hours, cat, f->plane);
+        int32_t rental = rental_price(hours, cat, plane);
         to.each([&](charges &t) {
             add(t.rental, rental);
             t.rental_count++;
             add(t.rental_min, minutes);
         });
         sink.charge_line("Rental:", rental);
-        add_salestax(ch, "FLT-SALESTAX", cat, rental, true);
+        add_salestax(ch, flight_tax, cat, rental, true);
     }
     sink.flight_end();
 }
@@ -133,7 +142,7 @@ void charge_gas(gas *g, charges *ch, customer *c, StatementSink &sink) {
     }
     add(ch->gas, g->charge);
     add(ch->gallons, g->gallons);
-    add_salestax(ch, "GAS-SALESTAX", categoryOnDate(g->date, c), g->charge, false);
+    add_salestax(ch, gas_tax, categoryOnDate(g->date, c), g->charge, false);
 }
 
 void charge_misc(misc *m, charges *ch, StatementSink &sink) {
@@ -147,7 +156,7 @@ void charge_misc(misc *m, charges *ch, StatementSink &sink) {
     }
     add_to_breakdown(ch, m->why, m->charge, 1);
     if (m->taxable)
-        add_salestax(ch, "MISC-SALESTAX", categoryOnDate(m->date, m->customer), m->charge, false);
+        add_salestax(ch, misc_tax, categoryOnDate(m->date, m->customer), m->charge, false);
 }
 
 // Charges first, then credits, each under its heading when there is one.
@@ -208,7 +217,7 @@ int32_t tax_on(int32_t rate, int32_t amount) {
     return wrap32(int64_t{wrap32(int64_t{rate} * amount)} + 500) / 1000;
 }
 
-void add_salestax(charges *ch, const char *item, const char *category_name, int32_t amount,
+void add_salestax(charges *ch, PriceItem &item, const char *category_name, int32_t amount,
                   bool warn) {
     int32_t tax = tax_on(lookup_rate(item, category_name, warn), amount);
     if (tax != 0)
@@ -230,21 +239,21 @@ DateRange date_range(const char *start, const char *end) {
 }
 
 int32_t tow_price(int32_t towheight, const char *cat) {
-    int32_t per_height = wrap32(int64_t{lookup_rate("THOUSAND", cat, true)} * towheight) / 10;
-    return wrap32(int64_t{wrap32(int64_t{lookup_rate("HOOKUP", cat, true)} + per_height)} + 5) / 10;
+    int32_t per_height = wrap32(int64_t{lookup_rate(thousand, cat, true)} * towheight) / 10;
+    return wrap32(int64_t{wrap32(int64_t{lookup_rate(hookup, cat, true)} + per_height)} + 5) / 10;
 }
 
 int32_t instruction_price(int32_t hours, const char *cat, bool club_aircraft) {
-    return calc_price(hours, cat, club_aircraft ? "INSTRUCTION" : "PVT-INSTRUCTION", "MINIMUM-TIME",
-                      "GROUND-TIME");
+    return calc_price(hours, cat, club_aircraft ? club_instruction : private_instruction,
+                      &minimum_time, &ground_time);
 }
 
-int32_t rental_price(int32_t hours, const char *cat, const char *plane) {
-    return calc_price(hours, cat, plane, "MINIMUM-TIME", nullptr);
+int32_t rental_price(int32_t hours, const char *cat, PriceItem &plane) {
+    return calc_price(hours, cat, plane, &minimum_time, nullptr);
 }
 
 int32_t fixed_tow_price(bool rope_break, const char *cat) {
-    return rate_to_cents(lookup_rate(rope_break ? "ROPE-BREAK" : "PATTERN-TOW", cat, true));
+    return rate_to_cents(lookup_rate(rope_break ? rope_break_fee : pattern_tow_fee, cat, true));
 }
 
 int32_t finance_price(int32_t unpaid, const char *cat) {

@@ -37,7 +37,7 @@ void bill_customer(customer *c, charges *total, const DateRange &range, bool fin
 // The price rules, one per kind of charge, in cents from the rates' mills.
 int32_t tow_price(int32_t towheight, const char *cat);
 int32_t instruction_price(int32_t hours, const char *cat, bool club_aircraft);
-int32_t rental_price(int32_t hours, const char *cat, const char *plane);
+int32_t rental_price(int32_t hours, const char *cat, PriceItem &plane);
 int32_t fixed_tow_price(bool rope_break, const char *cat);
 // The finance charge on `unpaid`, 0 when none is due.
 int32_t finance_price(int32_t unpaid, const char *cat);

@@ -23,8 +23,11 @@ std::string file_name_part(const char *text) {
 
 std::string printed_name(const customer *c) {
     std::string name = c->firstname != nullptr ? c->firstname : "";
-    if (c->lastname != nullptr && c->lastname[0] != '\0')
-        name += (name.empty() ? "" : " ") + std::string(c->lastname);
+    if (c->lastname != nullptr && c->lastname[0] != '\0') {
+        if (!name.empty())
+            name += ' ';
+        name += c->lastname;
+    }
     return name;
 }
 

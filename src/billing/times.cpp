@@ -21,9 +21,10 @@ struct TimeSummaries {
 // paid-hours rate (with its minimum and ground time) turned back into
 // minutes.
 int paid_minutes(const flight *f, int minutes) {
+    static PriceItem paid("CFI-HOURS-PAID"), minimum("MINIMUM-TIME"), ground("GROUND-TIME");
     const char *category = categoryOnDate(f->date, f->customer);
-    long priced = calc_price(wrap32(int64_t{minutes} * 1000) / 60, category, "CFI-HOURS-PAID",
-                             "MINIMUM-TIME", "GROUND-TIME");
+    long priced =
+        calc_price(wrap32(int64_t{minutes} * 1000) / 60, category, paid, &minimum, &ground);
     return (int)(priced * 60 / 100);
 }
 

@@ -391,8 +391,32 @@ price *fc_item(const char *name);
 category *find_category(category *cat_list, const char *name);
 bool set_price(price *item, const char *category_name, int32_t cost, int line);
 int32_t lookup_rate(const char *item_name, const char *category_name, bool report);
+
+// A price item named by the program itself ("HOOKUP", "THOUSAND", a tax),
+// looked up for every flight of a bill run. The handle keeps the item it
+// found until the price list changes, so its name is hashed once per
+// change instead of once per lookup.
+class PriceItem {
+  public:
+    explicit PriceItem(const char *name) : name_(name) {}
+    const char *name() const { return name_; }
+    // The item, or null when the price list has none of that name.
+    price *find();
+
+  private:
+    const char *name_;
+    price *item_ = nullptr;
+    uint64_t version_ = 0;
+    bool known_ = false;
+};
+int32_t lookup_rate(PriceItem &item, const char *category_name, bool report);
+
 const char *categoryOnDate(date_t date, customer *c);
 int32_t gas_price(const char *grade, int gallons, customer *c);
+// The quantity (at least `minimum`'s rate, plus `extra`'s; either may be
+// null) at `item`'s rate.
+int32_t calc_price(int32_t quantity, const char *category_name, PriceItem &item, PriceItem *minimum,
+                   PriceItem *extra);
 int32_t calc_price(int32_t quantity, const char *category_name, const char *item,
                    const char *minimum_item, const char *extra_item);
 

@@ -130,7 +130,9 @@ bool set_price(price *item, const char *category_name, int32_t cost, int line) {
     return true;
 }
 
-int32_t lookup_rate(const char *item_name, const char *category_name, bool report) {
+namespace {
+
+int32_t rate_of(const price *item, const char *item_name, const char *category_name, bool report) {
     if (item_name == nullptr) {
         if (report)
             printf("? No item to price.\n");
@@ -141,7 +143,6 @@ int32_t lookup_rate(const char *item_name, const char *category_name, bool repor
             printf("? item \"\" has no price.\n");
         return 0;
     }
-    price *item = find_item(item_name);
     if (item == nullptr) {
         if (report)
             printf("? No price for item \"%s\"\n", item_name);
@@ -162,6 +163,26 @@ int32_t lookup_rate(const char *item_name, const char *category_name, bool repor
     }
     // Neither the customer's category nor DEFAULT priced here: silently free.
     return fallback;
+}
+
+} // namespace
+
+int32_t lookup_rate(const char *item_name, const char *category_name, bool report) {
+    price *item = is_empty(item_name) ? nullptr : find_item(item_name);
+    return rate_of(item, item_name, category_name, report);
+}
+
+price *PriceItem::find() {
+    if (!known_ || version_ != db.price_list.version()) {
+        item_ = is_empty(name_) ? nullptr : find_item(name_);
+        version_ = db.price_list.version();
+        known_ = true;
+    }
+    return item_;
+}
+
+int32_t lookup_rate(PriceItem &item, const char *category_name, bool report) {
+    return rate_of(item.find(), item.name(), category_name, report);
 }
 
 const char *categoryOnDate(date_t date, customer *c) {
@@ -187,17 +208,24 @@ int32_t gas_price(const char *grade, int gallons, customer *c) {
     return (amount / 10 + 5) / 10;
 }
 
-int32_t calc_price(int32_t quantity, const char *category_name, const char *item,
-                   const char *minimum_item, const char *extra_item) {
+int32_t calc_price(int32_t quantity, const char *category_name, PriceItem &item, PriceItem *minimum,
+                   PriceItem *extra) {
     int32_t q = quantity;
-    if (!is_empty(minimum_item)) {
-        int32_t minimum = lookup_rate(minimum_item, category_name, true);
-        if (q < minimum)
-            q = minimum;
+    if (minimum != nullptr && !is_empty(minimum->name())) {
+        int32_t least = lookup_rate(*minimum, category_name, true);
+        if (q < least)
+            q = least;
     }
-    if (!is_empty(extra_item))
-        q = wrap32(int64_t{q} + lookup_rate(extra_item, category_name, true));
+    if (extra != nullptr && !is_empty(extra->name()))
+        q = wrap32(int64_t{q} + lookup_rate(*extra, category_name, true));
     int32_t rate = lookup_rate(item, category_name, true);
     int32_t amount = wrap32(wrap32(int64_t{rate} * q) + int64_t{5000});
     return amount / 10000;
+}
+
+int32_t calc_price(int32_t quantity, const char *category_name, const char *item,
+                   const char *minimum_item, const char *extra_item) {
+    PriceItem priced(item), minimum(minimum_item), extra(extra_item);
+    return calc_price(quantity, category_name, priced, minimum_item ? &minimum : nullptr,
+                      extra_item ? &extra : nullptr);
 }

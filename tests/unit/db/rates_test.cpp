@@ -88,6 +88,24 @@ TEST_F(RatesTest, CalcPriceMinimumExtraRoundingAndWrap) {
                              "? No price for item \"NO-ITEM\"\n");
 }
 
+// A handle follows the price list: an item added after its first lookup is
+// found, a changed price is read anew, and a removed item is no longer used.
+TEST_F(RatesTest, PriceItemHandlesFollowThePriceList) {
+    PriceItem hookup("HOOKUP");
+    start_capture();
+    EXPECT_EQ(lookup_rate(hookup, "DEFAULT", true), 0);
+    EXPECT_EQ(end_capture(), "? No price for item \"HOOKUP\"\n");
+    set_price(fc_item("HOOKUP"), "DEFAULT", 22000, 0);
+    set_price(fc_item("HOOKUP"), "FULL", 15000, 0);
+    EXPECT_EQ(lookup_rate(hookup, "DEFAULT", true), 22000);
+    EXPECT_EQ(lookup_rate(hookup, "FULL", true), 15000);
+    EXPECT_EQ(lookup_rate(hookup, "JUNIOR", true), 22000);
+    set_price(fc_item("HOOKUP"), "DEFAULT", 18000, 0);
+    EXPECT_EQ(lookup_rate(hookup, "DEFAULT", true), 18000);
+    free_mprices();
+    EXPECT_EQ(lookup_rate(hookup, "DEFAULT", false), 0);
+}
+
 // Sums past either end of the 32-bit range wrap around, without the
 // undefined overflow the sanitizer build would stop on.
 TEST_F(RatesTest, SumsWrapAtThe32BitLimits) {
