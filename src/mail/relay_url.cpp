@@ -16,7 +16,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include <curl/curl.h>
+#include "mail/curl_library.h"
 
 namespace {
 
@@ -188,13 +188,6 @@ int keep_reply(CURL *, curl_infotype type, char *data, size_t size, void *last) 
     return 0;
 }
 
-void global_init_once() {
-    static bool done = false;
-    if (!done)
-        curl_global_init(CURL_GLOBAL_DEFAULT);
-    done = true;
-}
-
 const char *environment(const char *name) {
     const char *value = getenv(name);
     return value != nullptr && *value != '\0' ? value : nullptr;
@@ -202,24 +195,32 @@ const char *environment(const char *name) {
 
 // A MIME message: the text as its first part, unchanged, and the file
 // beside it in base64. libcurl writes the MIME version and boundaries.
-curl_mime *mime_message(CURL *curl, const std::string &text, const MailAttachment &attachment) {
-    curl_mime *mime = curl_mime_init(curl);
-    curl_mimepart *part = curl_mime_addpart(mime);
-    curl_mime_data(part, text.data(), text.size());
-    curl_mime_type(part, kTextType);
-    curl_mime_encoder(part, "8bit");
-    part = curl_mime_addpart(mime);
-    curl_mime_data(part, attachment.data.data(), attachment.data.size());
-    curl_mime_type(part, attachment.content_type.c_str());
-    curl_mime_filename(part, attachment.file_name.c_str());
-    curl_mime_encoder(part, "base64");
+curl_mime *mime_message(const CurlLibrary &lib, CURL *curl, const std::string &text,
+                        const MailAttachment &attachment) {
+    curl_mime *mime = lib.mime_init(curl);
+    curl_mimepart *part = lib.mime_addpart(mime);
+    lib.mime_data(part, text.data(), text.size());
+    lib.mime_type(part, kTextType);
+    lib.mime_encoder(part, "8bit");
+    part = lib.mime_addpart(mime);
+    lib.mime_data(part, attachment.data.data(), attachment.data.size());
+    lib.mime_type(part, attachment.content_type.c_str());
+    lib.mime_filename(part, attachment.file_name.c_str());
+    lib.mime_encoder(part, "base64");
     return mime;
 }
 
 bool deliver(const RelayUrl &relay, const char *toEmail, const std::vector<std::string> &header,
              const char *body, const MailAttachment *attachment, const char *senderEmail) {
-    global_init_once();
-    CURL *curl = curl_easy_init();
+    std::string load_failure;
+    const CurlLibrary *loaded = curl_library(load_failure);
+    if (loaded == nullptr) {
+        printf("? Mail relay %s: cannot load the mail library: %s\n", relay_text(relay).c_str(),
+               load_failure.c_str());
+        return false;
+    }
+    const CurlLibrary &lib = *loaded;
+    CURL *curl = lib.easy_init();
     if (curl == nullptr) {
         printf("? Mail relay %s: cannot start the mail library\n", relay_text(relay).c_str());
         return false;
@@ -227,7 +228,7 @@ bool deliver(const RelayUrl &relay, const char *toEmail, const std::vector<std::
     std::string url = relay_text(relay);
     std::string from = std::string("<") + senderEmail + ">";
     std::string to = std::string("<") + toEmail + ">";
-    curl_slist *recipients = curl_slist_append(nullptr, to.c_str());
+    curl_slist *recipients = lib.slist_append(nullptr, to.c_str());
     std::string message;
     std::string text;
     curl_slist *header_list = nullptr;
@@ -237,58 +238,58 @@ bool deliver(const RelayUrl &relay, const char *toEmail, const std::vector<std::
     } else {
         text = crlf_lines(body);
         for (const std::string &line : header)
-            header_list = curl_slist_append(header_list, line.c_str());
+            header_list = lib.slist_append(header_list, line.c_str());
         // Written as in a plain message; libcurl then adds none of its own.
-        header_list = curl_slist_append(header_list, "MIME-Version: 1.0");
-        mime = mime_message(curl, text, *attachment);
+        header_list = lib.slist_append(header_list, "MIME-Version: 1.0");
+        mime = mime_message(lib, curl, text, *attachment);
     }
     Upload upload{&message, 0};
     std::string last_reply;
     char error[CURL_ERROR_SIZE] = "";
 
-    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
-    curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "smtp,smtps");
-    curl_easy_setopt(curl, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_ALL));
+    lib.easy_setopt(curl, CURLOPT_URL, url.c_str());
+    lib.easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "smtp,smtps");
+    lib.easy_setopt(curl, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_ALL));
     if (const char *cafile = environment("VARNOK_SMTP_CAFILE"))
-        curl_easy_setopt(curl, CURLOPT_CAINFO, cafile);
+        lib.easy_setopt(curl, CURLOPT_CAINFO, cafile);
     if (const char *user = environment("VARNOK_SMTP_USER")) {
-        curl_easy_setopt(curl, CURLOPT_USERNAME, user);
+        lib.easy_setopt(curl, CURLOPT_USERNAME, user);
         const char *password = getenv("VARNOK_SMTP_PASSWORD");
-        curl_easy_setopt(curl, CURLOPT_PASSWORD, password != nullptr ? password : "");
+        lib.easy_setopt(curl, CURLOPT_PASSWORD, password != nullptr ? password : "");
     } else {
-        curl_easy_setopt(curl, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_OPTIONAL));
+        lib.easy_setopt(curl, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_OPTIONAL));
     }
-    curl_easy_setopt(curl, CURLOPT_MAIL_FROM, from.c_str());
-    curl_easy_setopt(curl, CURLOPT_MAIL_RCPT, recipients);
+    lib.easy_setopt(curl, CURLOPT_MAIL_FROM, from.c_str());
+    lib.easy_setopt(curl, CURLOPT_MAIL_RCPT, recipients);
     if (mime != nullptr) {
-        curl_easy_setopt(curl, CURLOPT_HTTPHEADER, header_list);
-        curl_easy_setopt(curl, CURLOPT_MIMEPOST, mime);
+        lib.easy_setopt(curl, CURLOPT_HTTPHEADER, header_list);
+        lib.easy_setopt(curl, CURLOPT_MIMEPOST, mime);
     } else {
-        curl_easy_setopt(curl, CURLOPT_UPLOAD, 1L);
-        curl_easy_setopt(curl, CURLOPT_READFUNCTION, read_upload);
-        curl_easy_setopt(curl, CURLOPT_READDATA, &upload);
-        curl_easy_setopt(curl, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(message.size()));
+        lib.easy_setopt(curl, CURLOPT_UPLOAD, 1L);
+        lib.easy_setopt(curl, CURLOPT_READFUNCTION, read_upload);
+        lib.easy_setopt(curl, CURLOPT_READDATA, &upload);
+        lib.easy_setopt(curl, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(message.size()));
     }
     // A dead relay must never hang a bill run: connecting (TLS included),
     // each reply, and any stall while sending are bounded.
-    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, time_limit_seconds);
-    curl_easy_setopt(curl, CURLOPT_SERVER_RESPONSE_TIMEOUT, time_limit_seconds);
-    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, time_limit_seconds);
-    curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, error);
-    curl_easy_setopt(curl, CURLOPT_DEBUGFUNCTION, keep_reply);
-    curl_easy_setopt(curl, CURLOPT_DEBUGDATA, &last_reply);
-    curl_easy_setopt(curl, CURLOPT_VERBOSE, 1L);
+    lib.easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, time_limit_seconds);
+    lib.easy_setopt(curl, CURLOPT_SERVER_RESPONSE_TIMEOUT, time_limit_seconds);
+    lib.easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    lib.easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, time_limit_seconds);
+    lib.easy_setopt(curl, CURLOPT_ERRORBUFFER, error);
+    lib.easy_setopt(curl, CURLOPT_DEBUGFUNCTION, keep_reply);
+    lib.easy_setopt(curl, CURLOPT_DEBUGDATA, &last_reply);
+    lib.easy_setopt(curl, CURLOPT_VERBOSE, 1L);
 
-    CURLcode code = curl_easy_perform(curl);
-    curl_slist_free_all(recipients);
-    curl_easy_cleanup(curl);
-    curl_mime_free(mime);
-    curl_slist_free_all(header_list);
+    CURLcode code = lib.easy_perform(curl);
+    lib.slist_free_all(recipients);
+    lib.easy_cleanup(curl);
+    lib.mime_free(mime);
+    lib.slist_free_all(header_list);
     if (code == CURLE_OK)
         return true;
     stop_reason = reason_to_stop(code);
-    std::string why = error[0] != '\0' ? error : curl_easy_strerror(code);
+    std::string why = error[0] != '\0' ? error : lib.easy_strerror(code);
     // A 4xx or 5xx reply is the relay's own reason; otherwise the relay went
     // silent or away, and the library's reason says how.
     if (!last_reply.empty() && (last_reply[0] == '4' || last_reply[0] == '5'))
