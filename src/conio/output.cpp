@@ -139,9 +139,23 @@ void write_string(const char *text, size_t add) {
         clear_line();
         emit(text, add);
         out.cur_lcount += count_newlines(text, add);
+        return;
+    }
+    // Fields are a few bytes: copied and looked at for tabs and line ends
+    // in one pass, which costs less than a library copy and a scan.
+    char *to = out.cur_line + have;
+    bool plain = true;
+    for (size_t i = 0; i < add; i++) {
+        char c = text[i];
+        to[i] = c;
+        plain &= c != '\t' && c != '\n';
+    }
+    to[add] = '\0';
+    out.cur_len = have + add;
+    if (plain && add > 0) {
+        out.cur_col += static_cast<int>(add);
+        out.cur_last = text[add - 1];
     } else {
-        memcpy(out.cur_line + have, text, add + 1);
-        out.cur_len = have + add;
         advance_column(text, add);
     }
 }
@@ -252,34 +266,37 @@ char digit_char(unsigned long value) {
     return static_cast<char>(value < 10 ? '0' + value : 'A' + (value - 10));
 }
 
-// Digits of value, most significant first; "0" for zero. buf holds 65 bytes.
-void unsigned_to_string(unsigned long value, int radix, char *buf) {
+// Digits of value, most significant first; "0" for zero. buf holds 65
+// bytes. Returns the number of digits.
+size_t unsigned_to_string(unsigned long value, int radix, char *buf) {
     char reversed[65];
-    int n = 0;
+    size_t n = 0;
     do {
         reversed[n++] = digit_char(value % static_cast<unsigned long>(radix));
         value /= static_cast<unsigned long>(radix);
     } while (value != 0);
+    size_t length = n;
     while (n > 0)
         *buf++ = reversed[--n];
     *buf = '\0';
+    return length;
 }
 
-// buf holds 66 bytes: a sign and 64 binary digits.
-void number_to_string(long n, int radix, char *buf) {
+// buf holds 66 bytes: a sign and 64 binary digits. Returns the length.
+size_t number_to_string(long n, int radix, char *buf) {
     radix = checked_radix(radix);
-    if (n < 0)
+    size_t sign = n < 0 ? 1 : 0;
+    if (sign != 0)
         *buf++ = '-';
-    unsigned_to_string(magnitude(n), radix, buf);
+    return sign + unsigned_to_string(magnitude(n), radix, buf);
 }
 
 // Whole units, a separator and the last `places` digits of a value that
 // is not negative, as "%ld<separator>%0<places>ld" would write it; buf
 // holds at least 48 bytes. Every flight line of a statement has two.
-void format_split(unsigned long value, unsigned long unit, int places, char separator,
-                  const char *suffix, char *buf) {
-    unsigned_to_string(value / unit, 10, buf);
-    char *p = buf + strlen(buf);
+size_t format_split(unsigned long value, unsigned long unit, int places, char separator,
+                    const char *suffix, char *buf) {
+    char *p = buf + unsigned_to_string(value / unit, 10, buf);
     *p++ = separator;
     unsigned long part = value % unit;
     for (int i = places - 1; i >= 0; --i) {
@@ -287,21 +304,24 @@ void format_split(unsigned long value, unsigned long unit, int places, char sepa
         part /= 10;
     }
     p += places;
-    strcpy(p, suffix);
+    size_t tail = strlen(suffix);
+    memcpy(p, suffix, tail + 1);
+    return static_cast<size_t>(p - buf) + tail;
 }
 
-void format_minutes(long minutes, char *buf, size_t size) {
+// Both return the length of the text in buf.
+size_t format_minutes(long minutes, char *buf, size_t size) {
     if (minutes >= 0 && size >= 48)
-        format_split(static_cast<unsigned long>(minutes), 60, 2, ':', "", buf);
-    else
-        snprintf(buf, size, "%ld:%02ld", minutes / 60, minutes % 60);
+        return format_split(static_cast<unsigned long>(minutes), 60, 2, ':', "", buf);
+    snprintf(buf, size, "%ld:%02ld", minutes / 60, minutes % 60);
+    return strlen(buf);
 }
 
-void format_tow_height(long h, char *buf, size_t size) {
+size_t format_tow_height(long h, char *buf, size_t size) {
     if (h >= 0 && size >= 48)
-        format_split(static_cast<unsigned long>(h), 10, 1, '.', "K", buf);
-    else
-        snprintf(buf, size, "%ld.%1ldK", h / 10, h % 10);
+        return format_split(static_cast<unsigned long>(h), 10, 1, '.', "K", buf);
+    snprintf(buf, size, "%ld.%1ldK", h / 10, h % 10);
+    return strlen(buf);
 }
 
 void begin_output(FILE *fp) {
@@ -623,14 +643,12 @@ void o_rstring(const char *text, int col, bool force) {
 
 void o_lnumber(long n, int col, bool force, int radix) {
     char text[72];
-    number_to_string(n, radix, text);
-    place_left(text, col, force);
+    place_left(text, number_to_string(n, radix, text), col, force);
 }
 
 void o_rnumber(long n, int col, bool force, int radix) {
     char text[72];
-    number_to_string(n, radix, text);
-    place_right(text, col, force);
+    place_right(text, number_to_string(n, radix, text), col, force);
 }
 
 void o_fixed_number(long n, int col, bool force, int radix, int places) {
@@ -684,38 +702,32 @@ void o_rmoney(long cents, int col, bool force) {
 
 void o_time_of_day(long minutes, int col, bool force) {
     char text[48];
-    format_minutes(minutes, text, sizeof text);
-    place_left(text, col, force);
+    place_left(text, format_minutes(minutes, text, sizeof text), col, force);
 }
 
 void o_amount_of_time(long minutes, int col, bool force) {
     char text[48];
-    format_minutes(minutes, text, sizeof text);
-    place_left(text, col, force);
+    place_left(text, format_minutes(minutes, text, sizeof text), col, force);
 }
 
 void o_rtime_of_day(long minutes, int col, bool force) {
     char text[48];
-    format_minutes(minutes, text, sizeof text);
-    place_right(text, col, force);
+    place_right(text, format_minutes(minutes, text, sizeof text), col, force);
 }
 
 void o_ramount_of_time(long minutes, int col, bool force) {
     char text[48];
-    format_minutes(minutes, text, sizeof text);
-    place_right(text, col, force);
+    place_right(text, format_minutes(minutes, text, sizeof text), col, force);
 }
 
 void o_tow_height(long h, int col, bool force) {
     char text[48];
-    format_tow_height(h, text, sizeof text);
-    place_left(text, col, force);
+    place_left(text, format_tow_height(h, text, sizeof text), col, force);
 }
 
 void o_rtow_height(long h, int col, bool force) {
     char text[48];
-    format_tow_height(h, text, sizeof text);
-    place_right(text, col, force);
+    place_right(text, format_tow_height(h, text, sizeof text), col, force);
 }
 
 void o_newline(int line) {

@@ -125,18 +125,23 @@ class Fields {
 class DateCache {
   public:
     date_t convert(const char *field, bool &ok) {
-        auto found = known_.find(field);
-        if (found != known_.end()) {
-            ok = found->second.ok;
-            return found->second.value;
+        // Day sheets are written day by day: most lines repeat the date of
+        // the line before, which one compare answers.
+        if (last_ != nullptr && strcmp(last_->first.c_str(), field) == 0) {
+            ok = last_->second.ok;
+            return last_->second.value;
         }
-        Converted c;
-        c.value = i_convertDateToTime(field, &c.ok);
-        if (known_.size() >= 4096)
-            known_.clear();
-        known_.emplace(field, c);
-        ok = c.ok;
-        return c.value;
+        auto found = known_.find(field);
+        if (found == known_.end()) {
+            Converted c;
+            c.value = i_convertDateToTime(field, &c.ok);
+            if (known_.size() >= 4096)
+                known_.clear();
+            found = known_.emplace(field, c).first;
+        }
+        last_ = &*found;
+        ok = found->second.ok;
+        return found->second.value;
     }
 
   private:
@@ -145,6 +150,9 @@ class DateCache {
         bool ok = false;
     };
     std::unordered_map<std::string, Converted> known_;
+    // An entry of known_: its nodes stay put until the map is cleared, and
+    // a clear is always followed by the emplace that sets this anew.
+    const std::pair<const std::string, Converted> *last_ = nullptr;
 };
 
 } // namespace dbfile
