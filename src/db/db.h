@@ -129,6 +129,9 @@ struct category {
     category *next;
     const char *name; // interned in category_names
     int32_t cost;     // mills
+    // Named DEFAULT, the price of every category the item does not name:
+    // known once here instead of compared for every rate looked up.
+    bool is_default;
 };
 
 struct abbrev {

@@ -272,7 +272,7 @@ int scan_gallons(const char *field, int &whole, int &tenth) {
 }
 
 bool is_directive(const char *line) {
-    while (isspace((unsigned char)*line))
+    while (!dbfile::is_decimal(*line) && isspace((unsigned char)*line))
         line++;
     return *line == '$';
 }

@@ -116,6 +116,7 @@ bool set_price(price *item, const char *category_name, int32_t cost, int line) {
         cat = static_cast<category *>(errmalloc(sizeof(category)));
         cat->name = fc_category(category_name);
         cat->cost = cost;
+        cat->is_default = strcmp(category_name, default_category) == 0;
         cat->next = item->cat; // newest category first
         item->cat = cat;
         return true;
@@ -158,7 +159,7 @@ int32_t rate_of(const price *item, const char *item_name, const char *category_n
         // library call.
         if (cat->name == wanted || (cat->name[0] == wanted[0] && strcmp(cat->name, wanted) == 0))
             return cat->cost;
-        if (cat->name[0] == default_category[0] && strcmp(cat->name, default_category) == 0)
+        if (cat->is_default)
             fallback = cat->cost;
     }
     // Neither the customer's category nor DEFAULT priced here: silently free.
