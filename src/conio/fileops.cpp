@@ -13,8 +13,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "conio/early_sync.h"
 #include "conio/fileops.h"
+#include "conio/write_behind.h"
 
 namespace {
 
@@ -101,61 +101,73 @@ void sync_directory_of(const char *name) {
 struct StreamCookie {
     int fd;
     std::string name;
+    // A file rewritten as a whole, synced before its rename, is written
+    // behind once it has grown large (never while tests inject faults,
+    // which expect each write done when its step is counted).
+    bool whole_file = false;
     off_t written = 0;
-    off_t handed_to_disk = 0;
-    // Only for a file rewritten as a whole, which is synced at its end.
-    std::unique_ptr<EarlySync> early;
+    std::unique_ptr<WriteBehind> behind;
 };
 
-// A statements file runs to hundreds of megabytes; left to the final
-// fsync, the disk would start on it only when the program is done writing.
-// Each megabyte is handed to the disk as it is written instead, so the
-// sync before the rename has little left to wait for.
-constexpr off_t kWritebackPiece = off_t{1} << 20;
+// The open streams, so that a file's queued bytes can be waited for
+// before it is synced.
+std::vector<std::pair<FILE *, StreamCookie *>> streams;
 
-void start_writeback(StreamCookie *c) {
-    off_t pending = c->written - c->handed_to_disk;
-    if (pending < kWritebackPiece)
-        return;
-#ifdef __linux__
-    // Only a hint: the sync before the rename is what makes the file durable.
-    sync_file_range(c->fd, c->handed_to_disk, pending, SYNC_FILE_RANGE_WRITE);
-#endif
-    c->handed_to_disk = c->written;
-    if (c->early != nullptr)
-        c->early->wrote(c->written);
+StreamCookie *cookie_of(FILE *fp) {
+    for (auto &[stream, cookie] : streams)
+        if (stream == fp)
+            return cookie;
+    return nullptr;
+}
+
+// False (errno set) when a byte queued behind could not be written.
+bool drain(StreamCookie *c) {
+    return c == nullptr || c->behind == nullptr || c->behind->drain();
 }
 
 ssize_t cookie_write(void *cookie, const char *data, size_t length) {
     auto *c = static_cast<StreamCookie *>(cookie);
-    if (!write_all(c->fd, data, length, c->name.c_str()))
+    if (c->behind == nullptr && c->whole_file && fops.fault == FileFault::NONE &&
+        c->written >= write_behind_from())
+        c->behind = std::make_unique<WriteBehind>(c->fd);
+    if (c->behind != nullptr) {
+        if (!step(FileStep::WRITE, c->name.c_str()) || !c->behind->write(data, length))
+            return -1;
+    } else if (!write_all(c->fd, data, length, c->name.c_str())) {
         return -1;
+    }
     c->written += (off_t)length;
-    start_writeback(c);
     return (ssize_t)length;
 }
 
 int cookie_close(void *cookie) {
     auto *c = static_cast<StreamCookie *>(cookie);
-    bool synced = c->early == nullptr || c->early->finish();
+    // The thread must be done with the descriptor before it is closed.
+    bool written = drain(c);
     int saved = errno;
+    c->behind.reset();
     bool ok = close_step(c->fd, c->name.c_str());
+    for (auto at = streams.begin(); at != streams.end(); ++at)
+        if (at->second == c) {
+            streams.erase(at);
+            break;
+        }
     delete c;
-    if (!synced) {
+    if (!written) {
         errno = saved;
         return EOF;
     }
     return ok ? 0 : EOF;
 }
 
-FILE *stream_on(int fd, const char *name, bool synced_at_end) {
+FILE *stream_on(int fd, const char *name, bool whole_file) {
     cookie_io_functions_t io = {nullptr, cookie_write, nullptr, cookie_close};
-    auto *c = new StreamCookie{fd, name, 0, 0, nullptr};
-    if (synced_at_end)
-        c->early = std::make_unique<EarlySync>(fd);
+    auto *c = new StreamCookie{fd, name, whole_file, 0, nullptr};
     FILE *fp = fopencookie(c, "w", io);
     if (fp == nullptr)
         delete c;
+    else
+        streams.emplace_back(fp, c);
     return fp;
 }
 
@@ -238,6 +250,7 @@ bool safe_prepare(SafeFile &sf) {
     if (sf.fp == nullptr)
         return false;
     bool ok = fflush(sf.fp) == 0 && ferror(sf.fp) == 0;
+    ok = ok && drain(cookie_of(sf.fp));
     ok = ok && sync_step(sf.fd, sf.temp_name);
     int saved = errno;
     if (fclose(sf.fp) != 0 && ok) {

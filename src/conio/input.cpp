@@ -5,10 +5,10 @@
 #include <cstring>
 #include <string>
 
-#include "conio/early_sync.h"
 #include "conio/iosubs.h"
 #include "conio/line_editor.h"
 #include "conio/output_state.h"
+#include "conio/write_behind.h"
 
 namespace {
 
@@ -291,5 +291,5 @@ void conio_reset() {
     in.editorPrompt.clear();
     output_reset();
     file_fault_at(0, FileFault::NONE);
-    early_sync_for_tests(nullptr, 0);
+    write_behind_for_tests(nullptr, nullptr, 0);
 }

@@ -6,7 +6,9 @@
 #include <set>
 #include <vector>
 
-#include "conio/early_sync.h"
+#include <sys/stat.h>
+
+#include "conio/write_behind.h"
 #include "testutil.h"
 
 namespace {
@@ -121,47 +123,66 @@ TEST_F(FileOpsTest, AppendRefusesAnUnreadableHistoryAndKeepsItOnAFullDisk) {
     EXPECT_FALSE(std::filesystem::exists("APPEND.TMP"));
 }
 
-// A large rewrite is synced while it is being written. The kernel reports a
-// lost write-back to one sync only, so an early sync that failed fails the
-// file even though the last sync succeeds.
-TEST_F(FileOpsTest, LargeRewritesSyncEarlyAndFailWithTheirEarlySync) {
-    static std::atomic<int> syncs;
-    static std::atomic<bool> failing;
-    early_sync_for_tests(
+// A large rewrite is written and synced by a thread of its own, every byte
+// in order. A failed write or sync of that thread fails the file: the old
+// one stays and the temporary goes. (The kernel reports a lost write-back
+// to one sync only, so an early sync's failure must not be forgotten.)
+TEST_F(FileOpsTest, LargeRewritesAreWrittenBehindAndFailWithTheirThread) {
+    static std::atomic<int> writes, syncs;
+    static std::atomic<int> failing; // 1: a write fails, 2: a sync fails
+    write_behind_for_tests(
+        [](int fd, const void *data, size_t length) -> ssize_t {
+            writes++;
+            if (failing == 1 && writes == 3) {
+                errno = ENOSPC;
+                return -1;
+            }
+            return write(fd, data, length);
+        },
         [](int fd) {
             syncs++;
-            if (!failing)
-                return fdatasync(fd);
-            errno = EIO;
-            return -1;
+            if (failing == 2) {
+                errno = EIO;
+                return -1;
+            }
+            return fdatasync(fd);
         },
-        off_t{1} << 20);
-    // Half the file, then a wait for the thread to have synced once, as it
-    // would have long before on a real statements file; then the rest.
+        off_t{64} << 10);
     auto rewrite = [](char fill) {
+        writes = 0;
+        syncs = 0;
         SafeFile sf;
         FILE *fp = safe_open(sf, "big.dat");
-        std::string line = std::string(99, fill) + "\n";
-        for (int i = 0; fp != nullptr && i < 40000; i++) {
-            fputs(line.c_str(), fp);
-            for (int wait = 0; i == 20000 && syncs == 0 && wait < 10000; wait++)
-                usleep(1000);
-        }
+        for (int i = 0; fp != nullptr && i < 500000; i++)
+            fprintf(fp, "%c%07d\n", fill, i);
         return safe_commit(sf);
     };
+    std::string expected;
+    for (int i = 0; i < 500000; i++)
+        expected += 'a' + std::to_string(10000000 + i).substr(1) + "\n";
     write_file("big.dat", "old\n");
+    // The sync before the rename must find every byte written.
+    static off_t size_at_sync;
+    file_step_observer([](FileStep what, const char *name) {
+        struct stat st;
+        if (what == FileStep::SYNC && stat(name, &st) == 0)
+            size_at_sync = st.st_size;
+    });
     EXPECT_TRUE(rewrite('a'));
+    file_step_observer(nullptr);
+    EXPECT_GE(writes, 4);
     EXPECT_GE(syncs, 1);
-    std::string written = read_file("big.dat");
-    EXPECT_EQ(written.size(), 4000000u);
-    EXPECT_EQ(written.find_first_not_of("a\n"), std::string::npos);
+    EXPECT_EQ(size_at_sync, static_cast<off_t>(expected.size()));
+    EXPECT_TRUE(read_file("big.dat") == expected) << "the rewrite lost or moved bytes";
 
-    failing = true;
-    syncs = 0;
-    EXPECT_FALSE(rewrite('b'));
-    EXPECT_EQ(errno, EIO);
-    EXPECT_TRUE(read_file("big.dat") == written) << "the old file was replaced";
-    EXPECT_EQ(names_here(), std::set<std::string>{"big.dat"});
+    for (int how : {1, 2}) {
+        failing = how;
+        errno = 0;
+        EXPECT_FALSE(rewrite('b')) << how;
+        EXPECT_EQ(errno, how == 1 ? ENOSPC : EIO);
+        EXPECT_TRUE(read_file("big.dat") == expected) << "the old file was replaced";
+        EXPECT_EQ(names_here(), std::set<std::string>{"big.dat"});
+    }
 }
 
 TEST_F(FileOpsTest, CopiesAndAppendsReplaceTheirTargetWhole) {
