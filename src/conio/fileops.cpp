@@ -129,7 +129,7 @@ ssize_t cookie_write(void *cookie, const char *data, size_t length) {
     auto *c = static_cast<StreamCookie *>(cookie);
     if (c->behind == nullptr && c->whole_file && fops.fault == FileFault::NONE &&
         c->written >= write_behind_from())
-        c->behind = std::make_unique<WriteBehind>(c->fd);
+        c->behind = std::make_unique<WriteBehind>(c->fd, c->written);
     if (c->behind != nullptr) {
         if (!step(FileStep::WRITE, c->name.c_str()) || !c->behind->write(data, length))
             return -1;

@@ -27,7 +27,7 @@ WriteBehindSettings settings;
 
 } // namespace
 
-WriteBehind::WriteBehind(int fd) : fd_(fd) {
+WriteBehind::WriteBehind(int fd, off_t already) : fd_(fd), written_(already) {
     filling_.reserve(kBuffer);
     thread_ = std::thread(&WriteBehind::run, this);
 }

@@ -23,7 +23,8 @@
 
 class WriteBehind {
   public:
-    explicit WriteBehind(int fd);
+    // `already` bytes of the file were written before it was handed over.
+    WriteBehind(int fd, off_t already);
     ~WriteBehind();
     WriteBehind(const WriteBehind &) = delete;
     WriteBehind &operator=(const WriteBehind &) = delete;
