@@ -24,10 +24,18 @@ struct withwho {
     int notime = 0;
 };
 
+// The flights are added customer by customer, so the same row and the
+// same person mostly come again at once: each list remembers the row it
+// found last and each row the person, and a compare of the name answers
+// before the index is asked. In a club of twenty thousand pilots the
+// index is far larger than the processor's cache.
+constexpr size_t kNoEntry = static_cast<size_t>(-1);
+
 struct duration {
     std::string name;
     std::vector<withwho> people; // order of first appearance
     NameIndex people_index;
+    size_t last_person = kNoEntry;
     int time = 0;
     int count = 0;
     int notime = 0;
@@ -36,6 +44,7 @@ struct duration {
 struct duration_list {
     std::vector<duration> rows; // order of first appearance
     NameIndex index;
+    size_t last_row = kNoEntry;
 };
 
 // Finds or makes the row `name` and its person `who`, counts one flight on

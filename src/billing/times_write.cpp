@@ -7,13 +7,20 @@
 
 namespace {
 
-// Finds `name` in `index`, or appends a fresh entry to `entries`.
+// Finds `name` (first as the entry found `last`, which it then becomes)
+// in `index`, or appends a fresh entry to `entries`.
 template <class Entry>
-Entry &find_or_add(std::vector<Entry> &entries, NameIndex &index, std::string_view name) {
+Entry &find_or_add(std::vector<Entry> &entries, NameIndex &index, size_t &last,
+                   std::string_view name) {
+    if (last != kNoEntry && entries[last].name == name)
+        return entries[last];
     auto found = index.find(name);
-    if (found != index.end())
-        return entries[found->second];
-    index.emplace(std::string(name), entries.size());
+    if (found != index.end()) {
+        last = found->second;
+        return entries[last];
+    }
+    last = entries.size();
+    index.emplace(std::string(name), last);
     entries.emplace_back();
     entries.back().name = std::string(name);
     return entries.back();
@@ -39,8 +46,8 @@ void o_no_time(long notime) {
 } // namespace
 
 void add_duration(duration_list &list, std::string_view name, int time, std::string_view who) {
-    duration &row = find_or_add(list.rows, list.index, name);
-    withwho &person = find_or_add(row.people, row.people_index, who);
+    duration &row = find_or_add(list.rows, list.index, list.last_row, name);
+    withwho &person = find_or_add(row.people, row.people_index, row.last_person, who);
     int notime = time == 0 ? 1 : 0;
     row.count++;
     row.time = add32(row.time, time);
@@ -54,6 +61,7 @@ void free_times(duration_list &list) {
     list.rows.clear();
     list.rows.shrink_to_fit();
     list.index.clear();
+    list.last_row = kNoEntry;
 }
 
 void write_times(const duration_list &list, bool is_tow) {
