@@ -19,6 +19,7 @@ template <class T> struct Run {
     customer *c = nullptr;
     T *first = nullptr;
     T *last = nullptr;
+    int64_t added = 0; // what the run adds to a sum its customer keeps
 };
 
 // Finds the run of a customer in an open-addressing table of runs.
@@ -38,7 +39,13 @@ template <class T> Run<T> &run_of(std::vector<Run<T>> &runs, customer *c) {
 // small table are touched; appending one by one would store into each
 // customer's previous record, which with many customers lies far out of
 // cache. Each run is then hung after its customer's list.
-template <class T> void append_batch(std::vector<T *> &batch, RecordList<T> customer::*list) {
+// `add`, when given, is summed over each run and handed over once per run:
+// a store per record into its customer would be the out-of-cache touch
+// the runs avoid.
+template <class T>
+void append_batch(std::vector<T *> &batch, RecordList<T> customer::*list,
+                  int32_t (*add)(const T *) = nullptr,
+                  void (*hand_over)(customer *, int64_t) = nullptr) {
     std::vector<Run<T>> runs(64);
     size_t used = 0;
     for (size_t i = batch.size(); i-- > 0;) {
@@ -60,11 +67,15 @@ template <class T> void append_batch(std::vector<T *> &batch, RecordList<T> cust
         }
         rec->next = run.first;
         run.first = rec;
+        if (add != nullptr)
+            run.added += add(rec);
     }
     for (const Run<T> &r : runs) {
         if (r.c == nullptr)
             continue;
         (r.c->*list).append(r.first, r.last);
+        if (hand_over != nullptr)
+            hand_over(r.c, r.added);
     }
     batch.clear();
 }
@@ -232,11 +243,12 @@ void add_payment(payment *p, customer *c) {
 }
 
 void add_flights(std::vector<flight *> &batch) {
-    for (const flight *f : batch)
-        if (f->customer != nullptr)
-            f->customer->tow_height_sum =
-                wrap32(int64_t{f->customer->tow_height_sum} + f->towheight);
-    append_batch(batch, &customer::flights);
+    // The sum wraps as the flights' heights added one by one would.
+    append_batch<flight>(
+        batch, &customer::flights, [](const flight *f) { return int32_t{f->towheight}; },
+        [](customer *c, int64_t heights) {
+            c->tow_height_sum = wrap32(int64_t{c->tow_height_sum} + wrap32(heights));
+        });
 }
 
 void add_gas_sales(std::vector<gas *> &batch) {
