@@ -176,7 +176,7 @@ customer *account_or_cash(const char *account, int line_number) {
     return c;
 }
 
-// The flights already held, by customer, date and number, for the
+// The flights of one date already held, by customer and number, for the
 // duplicate warning: an open-addressing table, so that a club with a million
 // flights costs one probe per flight and no allocation per flight.
 class FlightKeySet {
@@ -184,21 +184,23 @@ class FlightKeySet {
     FlightKeySet() : slots_(64) {}
 
     // True when the key was not there yet.
-    bool insert(const customer *c, date_t date, int number) {
+    bool insert(const customer *c, int number) {
         if ((used_ + 1) * 2 > slots_.size())
             grow();
-        Slot &slot = find(slots_, c, date, number);
+        Slot &slot = find(slots_, c, number);
         if (slot.c != nullptr)
             return false;
-        slot = Slot{c, date, number};
+        slot = Slot{c, number};
         used_++;
         return true;
     }
 
   private:
+    // The date is the set's own, so a slot holds only what tells the
+    // flights of one day apart: the tables are a fair part of the memory a
+    // large club's day sheet is read with.
     struct Slot {
         const customer *c = nullptr; // null marks a free slot
-        date_t date = 0;
         int number = 0;
     };
 
@@ -210,13 +212,12 @@ class FlightKeySet {
         return x ^ (x >> 31);
     }
 
-    static Slot &find(std::vector<Slot> &slots, const customer *c, date_t date, int number) {
-        uint64_t key =
-            mix((uint64_t)(uintptr_t)c) ^ mix((uint64_t)date ^ ((uint64_t)(uint32_t)number << 40));
+    static Slot &find(std::vector<Slot> &slots, const customer *c, int number) {
+        uint64_t key = mix((uint64_t)(uintptr_t)c) ^ mix((uint64_t)(uint32_t)number << 40);
         size_t mask = slots.size() - 1;
         for (size_t i = (size_t)key & mask;; i = (i + 1) & mask) {
             Slot &slot = slots[i];
-            if (slot.c == nullptr || (slot.c == c && slot.date == date && slot.number == number))
+            if (slot.c == nullptr || (slot.c == c && slot.number == number))
                 return slot;
         }
     }
@@ -225,7 +226,7 @@ class FlightKeySet {
         std::vector<Slot> bigger(slots_.size() * 2);
         for (const Slot &slot : slots_)
             if (slot.c != nullptr)
-                find(bigger, slot.c, slot.date, slot.number) = slot;
+                find(bigger, slot.c, slot.number) = slot;
         slots_.swap(bigger);
     }
 
@@ -243,7 +244,7 @@ class FlightKeyIndex {
             current_ = &by_date_[date];
             current_date_ = date;
         }
-        return current_->insert(c, date, number);
+        return current_->insert(c, number);
     }
 
   private:
