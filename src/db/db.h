@@ -409,8 +409,7 @@ class PriceItem {
   private:
     const char *name_;
     price *item_ = nullptr;
-    uint64_t version_ = 0;
-    bool known_ = false;
+    uint64_t version_ = 0; // lists start at version 1: 0 is "not looked up"
 };
 int32_t lookup_rate(PriceItem &item, const char *category_name, bool report);
 
@@ -420,8 +419,6 @@ int32_t gas_price(const char *grade, int gallons, customer *c);
 // null) at `item`'s rate.
 int32_t calc_price(int32_t quantity, const char *category_name, PriceItem &item, PriceItem *minimum,
                    PriceItem *extra);
-int32_t calc_price(int32_t quantity, const char *category_name, const char *item,
-                   const char *minimum_item, const char *extra_item);
 
 // ---- Data files ----------------------------------------------------------------
 

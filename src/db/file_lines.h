@@ -25,16 +25,16 @@ inline std::string upper(std::string text) {
     return text;
 }
 
-// Leading blanks, a sign and digits, as "%ld" reads them, leaving `p` past
-// the digits. The magnitude stops growing just beyond the 32-bit range, so
-// no number overflows however long. False when no digit is there.
-// Digits are '0' to '9' in every locale, so they are tested here without
-// the library call; a field mostly starts with one, and only other
-// characters are asked whether they are blanks.
+// Digits are '0' to '9' in every locale, so they are tested without the
+// library call; a field mostly starts with one, and only other characters
+// are asked whether they are blanks.
 inline bool is_decimal(char c) {
     return c >= '0' && c <= '9';
 }
 
+// Leading blanks, a sign and digits, as "%ld" reads them, leaving `p` past
+// the digits. The magnitude stops growing just beyond the 32-bit range, so
+// no number overflows however long. False when no digit is there.
 inline bool scan_digits(const char *&p, bool &negative, int64_t &magnitude) {
     while (!is_decimal(*p) && isspace(static_cast<unsigned char>(*p)))
         p++;

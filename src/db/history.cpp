@@ -285,13 +285,13 @@ float read_float(const char *field, bool &ok) {
     // are exact), at a small part of its cost; anything else goes to strtof.
     int32_t tenths = 0;
     const char *p = field;
-    for (; *p >= '0' && *p <= '9' && p - field < 6; p++)
+    for (; dbfile::is_decimal(*p) && p - field < 6; p++)
         tenths = tenths * 10 + (*p - '0');
     if (p != field && *p == '\0') {
         ok = true;
         return static_cast<float>(tenths);
     }
-    if (p != field && p[0] == '.' && p[1] >= '0' && p[1] <= '9' && p[2] == '\0') {
+    if (p != field && p[0] == '.' && dbfile::is_decimal(p[1]) && p[2] == '\0') {
         ok = true;
         return static_cast<float>(tenths * 10 + (p[1] - '0')) / 10.0f;
     }

@@ -174,10 +174,9 @@ int32_t lookup_rate(const char *item_name, const char *category_name, bool repor
 }
 
 price *PriceItem::find() {
-    if (!known_ || version_ != db.price_list.version()) {
+    if (version_ != db.price_list.version()) {
         item_ = is_empty(name_) ? nullptr : find_item(name_);
         version_ = db.price_list.version();
-        known_ = true;
     }
     return item_;
 }
@@ -212,21 +211,14 @@ int32_t gas_price(const char *grade, int gallons, customer *c) {
 int32_t calc_price(int32_t quantity, const char *category_name, PriceItem &item, PriceItem *minimum,
                    PriceItem *extra) {
     int32_t q = quantity;
-    if (minimum != nullptr && !is_empty(minimum->name())) {
+    if (minimum != nullptr) {
         int32_t least = lookup_rate(*minimum, category_name, true);
         if (q < least)
             q = least;
     }
-    if (extra != nullptr && !is_empty(extra->name()))
+    if (extra != nullptr)
         q = wrap32(int64_t{q} + lookup_rate(*extra, category_name, true));
     int32_t rate = lookup_rate(item, category_name, true);
     int32_t amount = wrap32(wrap32(int64_t{rate} * q) + int64_t{5000});
     return amount / 10000;
-}
-
-int32_t calc_price(int32_t quantity, const char *category_name, const char *item,
-                   const char *minimum_item, const char *extra_item) {
-    PriceItem priced(item), minimum(minimum_item), extra(extra_item);
-    return calc_price(quantity, category_name, priced, minimum_item ? &minimum : nullptr,
-                      extra_item ? &extra : nullptr);
 }

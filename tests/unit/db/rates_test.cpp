@@ -65,6 +65,12 @@ TEST_F(RatesTest, CalcPriceMinimumExtraRoundingAndWrap) {
     set_price(fc_item("MINIMUM-TIME"), "DEFAULT", 30, 0);
     set_price(fc_item("GROUND-TIME"), "DEFAULT", 10, 0);
     set_price(fc_item("CREDIT"), "DEFAULT", -1500, 0);
+    // "" stands for no minimum or no extra.
+    auto price = [](int32_t quantity, const char *item, const char *minimum, const char *extra) {
+        PriceItem priced(item), least(minimum), more(extra);
+        return calc_price(quantity, "DEFAULT", priced, *minimum ? &least : nullptr,
+                          *extra ? &more : nullptr);
+    };
     const std::tuple<int32_t, const char *, const char *, const char *, int32_t> cases[] = {
         {20, "ASK21", "MINIMUM-TIME", "GROUND-TIME", 10}, // raised to 30, plus 10
         {50, "ASK21", "MINIMUM-TIME", "", 13},
@@ -77,13 +83,12 @@ TEST_F(RatesTest, CalcPriceMinimumExtraRoundingAndWrap) {
     };
     start_capture();
     for (auto [quantity, item, minimum, extra, cents] : cases)
-        EXPECT_EQ(calc_price(quantity, "DEFAULT", item, minimum, extra), cents)
-            << quantity << " " << item;
+        EXPECT_EQ(price(quantity, item, minimum, extra), cents) << quantity << " " << item;
     EXPECT_EQ(end_capture(), "");
 
     start_capture();
-    EXPECT_EQ(calc_price(40, "DEFAULT", "ASK21", "NO-MIN", "NO-EXTRA"), 10);
-    EXPECT_EQ(calc_price(40, "DEFAULT", "NO-ITEM", "", ""), 0);
+    EXPECT_EQ(price(40, "ASK21", "NO-MIN", "NO-EXTRA"), 10);
+    EXPECT_EQ(price(40, "NO-ITEM", "", ""), 0);
     EXPECT_EQ(end_capture(), "? No price for item \"NO-MIN\"\n? No price for item \"NO-EXTRA\"\n"
                              "? No price for item \"NO-ITEM\"\n");
 }
